@@ -1,0 +1,16 @@
+#!/bin/sh
+# Installs every build and test dependency from Debian's packages when it is missing.
+set -eu
+PACKAGES="g++ clang cmake ninja-build libgtest-dev bats libnss-wrapper strace valgrind \
+hyperfine libclang-rt-14-dev mandoc dpkg-dev file"
+missing=""
+for p in $PACKAGES; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"
+done
+if [ -n "$missing" ]; then
+    echo "bootstrap: installing$missing"
+    SUDO=""
+    [ "$(id -u)" -eq 0 ] || SUDO=sudo
+    $SUDO apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends $missing
+fi

@@ -1,0 +1,15 @@
+// Copying configuration onto the shared directory. No shell is ever involved.
+#pragma once
+
+#include <string>
+
+namespace orv {
+
+int copyTextFile(const std::string& source, const std::string& target, int overwrite);
+int copyAnyFile(const std::string& source, const std::string& target, int overwrite);
+int copyDir(const std::string& source, const std::string& target, int overwrite);
+// Makes the directory and its missing parents (mode 0777 less the umask); 0 on success.
+int makeDir(const std::string& path);
+int removeFile(const std::string& path);  // always 1
+
+}  // namespace orv

@@ -1,0 +1,47 @@
+// Safe file access for every reader and editor: regular files only (a FIFO, socket or
+// device is never opened in a way that could block), temporary files never follow links,
+// and every write is checked.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace orv {
+
+// Reads a whole regular file. False when it cannot be opened, is not a regular file,
+// or cannot be read; out is then empty.
+bool readRegularFile(const std::string& path, std::string& out);
+
+// True when path is an existing regular file (stat follows links).
+bool isRegularFile(const std::string& path);
+
+// Result of committing the new text of an in-place edit.
+enum class CommitResult {
+    Written,        // the file now holds the new text; the ".tmp" is gone
+    Unchanged,      // the new text equals the old: nothing written, the ".tmp" is gone
+    TmpOpenFailed,  // the ".tmp" could not be created; nothing changed
+    TmpWriteFailed, // writing the ".tmp" failed; removed, "Cannot write file" printed
+    FileOpenFailed, // the file could not be opened for writing; untouched
+    FileWriteFailed // rewriting the file failed; the ".tmp" keeps the new text (printed)
+};
+
+// Replaces the contents of `file` by `updated`, keeping its inode: the new text goes to
+// "<file>.tmp" (opened O_NOFOLLOW, fsynced), then the file is truncated, rewritten and
+// fsynced, and the ".tmp" removed. When `updated` equals `original` the file is left
+// alone. On FileOpenFailed the ".tmp" is removed unless keepTmpOnFileOpenFailure.
+CommitResult commitRewrite(const std::string& file, std::string_view original,
+                           std::string_view updated, bool keepTmpOnFileOpenFailure = false);
+
+// Writes `content` to `target` through "<target>.tmp" without fsync (used by copies).
+// Returns the same codes as commitRewrite (Unchanged is never returned; an existing
+// target is overwritten).
+CommitResult writeThroughTmp(const std::string& target, std::string_view content);
+
+// Appends text to a file (created when missing, never a link target's special file).
+// False when it cannot be opened or written.
+bool appendToFile(const std::string& path, std::string_view text);
+
+// The temporary name of a file: "<file>.tmp".
+inline std::string tmpPathOf(const std::string& file) { return file + ".tmp"; }
+
+}  // namespace orv

@@ -1,0 +1,27 @@
+// The line-rewriting primitives for plain-text configuration files. Each rewrites the
+// whole file, normalising whitespace, and reports "Cannot open file %s." on failure.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace orv {
+
+int replaceString(const std::string& file, const std::string& key, const std::string& value);
+int replaceString3(const std::string& file, const std::string& key, const std::string& value);
+int replaceStringInFile(const std::string& file, const std::string& key, const std::string& value);
+int replaceStringWithoutComment(const std::string& file, const std::string& key,
+                                const std::string& value);
+// Service-account changes are not made by this system: always 0, nothing touched.
+int changeService(const std::string& file, const std::string& key, const std::string& value);
+
+// Shared machinery for in-place editors: reads `file` line by line (raw reader, comment
+// handling off), lets `edit` append each output line (with its newline) to `out`, and
+// commits the result. Messages on open failure are the caller's; see commitRewrite.
+enum class RewriteStatus { Ok, ReadFailed, TmpOpenFailed, FileOpenFailed, WriteFailed };
+using LineEditor = std::function<void(const std::string& line, std::string& out)>;
+RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
+                           const std::function<void(std::string& out)>& finish = nullptr,
+                           bool keepTmpOnFileOpenFailure = false);
+
+}  // namespace orv

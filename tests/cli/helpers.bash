@@ -1,0 +1,172 @@
+# Shared helpers of the end-to-end suites. Every case starts from a fresh installation
+# tree under $BATS_TEST_TMPDIR; identity (host name, resolver, login name) is simulated
+# with nss_wrapper, so the binary runs unmodified.
+#
+# Layout made by orv_setup_tree (T=$BATS_TEST_TMPDIR/t):
+#   $T/top                      ORV_TOP (installation top)
+#   $T/top/kernel/conf          ORV_CONFDIR = ORV_LOCAL_CONFDIR (a host using local config)
+#       orv.conf orv.shared orv.cluster.cluster1 ResourceGroups.xml
+#   $T/top/oservice/osc/conf    orvsc_conf.xml, services/*.xml (added by suites that need them)
+#   $T/top/.install             change scripts and head.conf (added by suites)
+#   $T/share                    a shared top (empty until a suite fills it)
+#   $T/nss                      passwd, group, hosts for nss_wrapper
+#
+# Simulated hosts: hostA (this host by default), hostB, hostC, each with a fully qualified
+# canonical name <host>.lab.local; "ghost" does not resolve. The login name is orvadmin.
+
+ORVCONFIG=${ORVCONFIG:-orvconfig}
+NSS_WRAPPER_LIB=${NSS_WRAPPER_LIB:-$(for d in /usr/lib/x86_64-linux-gnu /usr/lib64 /usr/lib; do
+    [ -e "$d/libnss_wrapper.so" ] && echo "$d/libnss_wrapper.so" && break; done)}
+
+orv_require_nss_wrapper() {
+    [ -n "$NSS_WRAPPER_LIB" ] || skip "libnss-wrapper is not installed"
+}
+
+orv_setup_tree() {
+    orv_require_nss_wrapper
+    T=$BATS_TEST_TMPDIR/t
+    TOP=$T/top
+    CONF=$TOP/kernel/conf
+    SHARE=$T/share
+    mkdir -p "$CONF" "$SHARE" "$T/nss" "$TOP/oservice/osc/conf/services"
+    ORV_HOSTNAME=hostA
+    ORV_LOGIN=orvadmin
+    orv_write_nss
+    orv_write_default_conf "$CONF"
+}
+
+# Writes the nss_wrapper files. The real uid (root in CI, or any user) is mapped to
+# $ORV_LOGIN so that getpwuid(getuid()) yields it.
+orv_write_nss() {
+    local uid gid
+    uid=$(id -u)
+    gid=$(id -g)
+    printf '%s:x:%s:%s:Cluster admin:/nonexistent:/bin/sh\n' "$ORV_LOGIN" "$uid" "$gid" >"$T/nss/passwd"
+    printf 'orvgrp:x:%s:\n' "$gid" >"$T/nss/group"
+    cat >"$T/nss/hosts" <<HOSTS
+127.0.0.1 localhost
+10.0.0.1 hostA.lab.local hostA
+10.0.0.2 hostB.lab.local hostB
+10.0.0.3 hostC.lab.local hostC
+10.0.0.4 hostD.lab.local hostD
+HOSTS
+}
+
+orv_write_default_conf() {
+    local d=$1
+    cat >"$d/orv.conf" <<'CONF'
+# ORV kernel configuration
+ORV_MASTER_LIST="@ORV_MASTER_LIST@"
+ORV_LIM_PORT=7869
+ORV_KD_PORT=7870
+ORV_PEM_PORT=7871
+ORV_GET_CONF=lim
+ORV_WORKDIR=/opt/orv/kernel/work
+CONF
+    cat >"$d/orv.shared" <<'SHARED'
+Begin Cluster
+ClusterName
+cluster1
+End Cluster
+SHARED
+    cat >"$d/orv.cluster.cluster1" <<'CLUSTER'
+Begin ClusterAdmins
+Administrators = orvadmin
+End ClusterAdmins
+
+Begin Host
+HOSTNAME  model    type        server r1m  mem  swp  RESOURCES    #Keywords
+End Host
+CLUSTER
+    cat >"$d/ResourceGroups.xml" <<'RG'
+<?xml version="1.0" encoding="UTF-8"?>
+<ResourceGroups>
+    <ResourceGroup ResourceGroupName="ManagementHosts">
+        <ResourceList>
+@ORV_MASTER@
+        </ResourceList>
+    </ResourceGroup>
+    <ResourceGroup ResourceGroupName="ComputeHosts">
+        <ResourceRequirement>select(!mg)</ResourceRequirement>
+    </ResourceGroup>
+</ResourceGroups>
+RG
+}
+
+# Runs the binary with the fixture's environment. Variables that a case wants to change
+# (ORV_CONFDIR, ORV_LOCAL_CONFDIR, ORV_TOP, VOS_ENVDIR, ORV_HOSTNAME) may be set before.
+# Unset a variable for the run with ORV_UNSET="ORV_CONFDIR ...".
+orv_env() {
+    local -a e=(
+        "LD_PRELOAD=$NSS_WRAPPER_LIB"
+        "NSS_WRAPPER_PASSWD=$T/nss/passwd"
+        "NSS_WRAPPER_GROUP=$T/nss/group"
+        "NSS_WRAPPER_HOSTS=$T/nss/hosts"
+        "NSS_WRAPPER_HOSTNAME=$ORV_HOSTNAME"
+        "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=1"
+        "ORV_TOP=${ORV_TOP_DIR:-$TOP}"
+        "ORV_CONFDIR=${ORV_CONFDIR_DIR:-$CONF}"
+        "ORV_LOCAL_CONFDIR=${ORV_LOCAL_CONFDIR_DIR:-$CONF}"
+    )
+    [ -n "${VOS_ENVDIR_DIR:-}" ] && e+=("VOS_ENVDIR=$VOS_ENVDIR_DIR")
+    local v
+    for v in ${ORV_UNSET:-}; do
+        e=("${e[@]/#$v=*/}")
+    done
+    local -a clean=()
+    for v in "${e[@]}"; do [ -n "$v" ] && clean+=("$v"); done
+    printf '%s\n' "${clean[@]}"
+}
+
+# run_orv ARGS...: runs orvconfig in the fixture (stdin from /dev/null unless ORV_STDIN
+# names a file), capturing $status and $output (stdout and stderr merged by bats).
+run_orv() {
+    local -a envs
+    mapfile -t envs < <(orv_env)
+    run env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" <"${ORV_STDIN:-/dev/null}"
+}
+
+# run_orv_stdout ARGS...: like run_orv, but $output holds standard output only.
+run_orv_stdout() {
+    local -a envs
+    mapfile -t envs < <(orv_env)
+    run --separate-stderr env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" <"${ORV_STDIN:-/dev/null}"
+}
+
+# expect_file PATH: compares the file with the text on standard input, byte for byte.
+expect_file() {
+    local expected
+    expected=$(mktemp "$BATS_TEST_TMPDIR/expected.XXXXXX")
+    cat >"$expected"
+    if ! cmp -s "$expected" "$1"; then
+        echo "--- $1 differs from the expected text:" >&2
+        diff -u "$expected" "$1" >&2 || true
+        return 1
+    fi
+}
+
+# expect_output: compares $output with the text on standard input exactly.
+expect_output() {
+    local expected
+    expected=$(cat)
+    if [ "$output" != "$expected" ]; then
+        echo "--- output differs:" >&2
+        diff -u <(printf '%s\n' "$expected") <(printf '%s\n' "$output") >&2 || true
+        return 1
+    fi
+}
+
+# snapshot DIR / expect_unchanged DIR: every file under DIR byte-identical, no file
+# added or removed (used to check that a refusal changed nothing).
+snapshot() {
+    (cd "$1" && find . -type f -print0 | sort -z | xargs -0 sha256sum) >"$BATS_TEST_TMPDIR/snapshot.$(echo "$1" | tr / _)"
+}
+expect_unchanged() {
+    local now
+    now=$( (cd "$1" && find . -type f -print0 | sort -z | xargs -0 sha256sum))
+    if [ "$now" != "$(cat "$BATS_TEST_TMPDIR/snapshot.$(echo "$1" | tr / _)")" ]; then
+        echo "--- files under $1 changed" >&2
+        diff <(cat "$BATS_TEST_TMPDIR/snapshot.$(echo "$1" | tr / _)") <(echo "$now") >&2 || true
+        return 1
+    fi
+}
