@@ -1,0 +1,13 @@
+// One line of a change script, in the copy script and in the update scripts.
+#include <cstdint>
+#include <string>
+
+#include "mghost/change_script.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    std::string line(reinterpret_cast<const char*>(data), size);
+    orv::ScriptLine out;
+    (void)orv::parseScriptLine(line, false, out);
+    (void)orv::parseScriptLine(line, true, out);
+    return 0;
+}
