@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace orv {
 
@@ -12,5 +13,24 @@ int orvconfig_setbaseport(const std::string& baseportstr, const char* pname);
 // ORV_CONFDIR and the local configuration directory as setbaseport and hovhdfsport
 // obtain them (with the conf.old fallback); false after the failing function's message.
 bool getPortDirectories(const char* pname, std::string& confDir, std::string& localDir);
+
+// The caller must be an administrator of the cluster configured in confDir: 1 if so,
+// -1 after the message of whichever check failed (no cluster name, not an administrator).
+int checkPortAdministrator(const std::string& confDir);
+
+// True when text is made of decimal digits only (the empty text passes).
+bool isAllDigits(std::string_view text);
+
+// The decimal value of a port text the way the command line has always read it: leading
+// blanks and a sign are accepted, reading stops at the first non-digit, and a value that
+// does not fit an int is pinned to INT_MAX or INT_MIN (so it always fails a range test).
+int portTextToInt(std::string_view text);
+
+// The services directory of the kernel's service controller, reached upward from a
+// configuration directory.
+std::string servicesDirOf(const std::string& confDir);
+
+// The message printed when a result must be reported as a failure of the whole command.
+inline constexpr const char* kCommandFailedMessage = "Command failed.";
 
 }  // namespace orv

@@ -1,0 +1,341 @@
+// setbaseport: moves the kernel, the service controller, its services and the batch
+// product to a new block of consecutive ports, after checking that the block is free.
+#include "ports/base_port.hpp"
+
+#include <netdb.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cctype>
+#include <climits>
+#include <optional>
+
+#include "cli/messages.hpp"
+#include "context/cluster_identity.hpp"
+#include "context/environment.hpp"
+#include "hosts/host_identity.hpp"
+#include "text/rewrite.hpp"
+#include "text/strings.hpp"
+#include "text/xml_value.hpp"
+
+namespace orv {
+
+namespace {
+
+constexpr const char* kInvalidBasePort =
+    "Invalid base port %s. The base port must be larger than 1024 and less than 65532.";
+// The second placeholder receives the value, not the file: administrators' scripts
+// match this line as it has always been printed.
+constexpr const char* kSetFailed = "Set %s in %s failed.";
+constexpr const char* kPortInUse = "The port %s is in use.";
+constexpr const char* kBasePortChanged =
+    "Communication ports have been changed. The new base port is %s.";
+
+// The settings that live as element text in XML profiles; every other key is a key line.
+constexpr std::array<std::string_view, 7> kXmlKeys = {
+    "OSC_PORT",     "SD_SDK_PORT",
+    "SD_ADMIN_PORT", "REPOSITORY_SERVICE_PORT",
+    "HOV_HDFS_PORT", "HOV_MRSS_SHUFFLE_CLIENT_PORT",
+    "HOV_MRSS_SHUFFLE_DATA_WRITE_PORT"};
+
+constexpr int kLowestPort = 1025;
+constexpr int kHighestPort = 65535;
+constexpr int kPortsWithSd = 7;
+constexpr int kPortsWithoutSd = 5;
+
+bool isXmlKey(const std::string& key) {
+    for (std::string_view k : kXmlKeys) {
+        if (key == k) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool isDirectory(const std::string& path) {
+    struct stat st {};
+    return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// Frees an address list on every path out of the probe.
+struct AddrInfoList {
+    addrinfo* head = nullptr;
+    AddrInfoList() = default;
+    AddrInfoList(const AddrInfoList&) = delete;
+    AddrInfoList& operator=(const AddrInfoList&) = delete;
+    ~AddrInfoList() {
+        if (head != nullptr) {
+            ::freeaddrinfo(head);
+        }
+    }
+};
+
+// Closes a socket on every path out of the probe.
+struct SocketFd {
+    int fd;
+    explicit SocketFd(int f) : fd(f) {}
+    SocketFd(const SocketFd&) = delete;
+    SocketFd& operator=(const SocketFd&) = delete;
+    ~SocketFd() {
+        if (fd >= 0) {
+            ::close(fd);
+        }
+    }
+};
+
+enum class Probe { Free, Busy, Abort };
+
+// Binds the first address for which a socket can be made. No socket option is set,
+// so a port still in TIME_WAIT counts as busy: the daemons bind the same way.
+Probe probeAddresses(const addrinfo* list, int port) {
+    for (const addrinfo* ai = list; ai != nullptr; ai = ai->ai_next) {
+        SocketFd sock(::socket(ai->ai_family, ai->ai_socktype | SOCK_CLOEXEC, ai->ai_protocol));
+        if (sock.fd < 0) {
+            continue;
+        }
+        if (::bind(sock.fd, ai->ai_addr, ai->ai_addrlen) != 0) {
+            alertI18nWithParameter(kPortInUse, std::to_string(port));
+            return Probe::Busy;
+        }
+        return Probe::Free;
+    }
+    return Probe::Free;
+}
+
+Probe probePort(int port) {
+    if (port < kLowestPort || port > kHighestPort) {
+        return Probe::Abort;
+    }
+    AddrInfoList addrs;
+    if (my_getaddrinfo_(nullptr, port, AI_PASSIVE, AF_UNSPEC, SOCK_STREAM, &addrs.head) != 0) {
+        return Probe::Abort;
+    }
+    return probeAddresses(addrs.head, port);
+}
+
+// Replaces the last "\conf" of a path by "/conf.old", the place an upgrade leaves the
+// old configuration directory; the path is returned as it is when it has no "\conf".
+std::string confOldFallback(const std::string& dir) {
+    const std::string marker = "\\conf";
+    const std::size_t pos = strrfind(dir, marker);
+    if (pos == std::string::npos) {
+        return dir;
+    }
+    return dir.substr(0, pos) + "/" + "conf" + ".old" + dir.substr(pos + marker.size());
+}
+
+bool hasSdProfile(const std::string& dir) {
+    const std::string services = servicesDirOf(dir);
+    return pathExists(services + "/sd.xml") || pathExists(services + "/SD.xml");
+}
+
+// One side of the port edit: the directory whose files are edited, the top under which
+// the batch product's vos.conf lives (none: skipped) and the directory whose services
+// hold the mrss.xml profile that this side edits.
+struct PortSide {
+    std::string confDir;
+    std::optional<std::string> top;
+    std::string mrssConfDir;
+};
+
+class PortEditor {
+public:
+    explicit PortEditor(int base) : base_(base) {}
+    int result() const { return result_; }
+
+    void set(const std::string& file, const char* key, int offset) {
+        result_ |= chgPorts(file, key, std::to_string(base_ + offset));
+    }
+    void setIfExists(const std::string& file, const char* key, int offset) {
+        if (pathExists(file)) {
+            set(file, key, offset);
+        }
+    }
+
+private:
+    int base_;
+    int result_ = 0;
+};
+
+void editKeyFiles(PortEditor& ed, const PortSide& side) {
+    const std::string orvConf = side.confDir + "/orv.conf";
+    ed.set(orvConf, "ORV_LIM_PORT", 0);
+    ed.set(orvConf, "ORV_KD_PORT", 1);
+    ed.set(orvConf, "ORV_PEM_PORT", 2);
+    if (side.top) {
+        // The batch product's directory has always been named with a backslash here;
+        // the form is kept so that existing installations keep being found.
+        const std::string vosConf = *side.top + "\\conf" + "/vos.conf";
+        ed.setIfExists(vosConf, "VOS_LIM_PORT", 0);
+    }
+}
+
+void editServiceProfiles(PortEditor& ed, const PortSide& side) {
+    const std::string services = servicesDirOf(side.confDir);
+    ed.setIfExists(side.confDir + "/../../oservice/osc/conf/orvsc_conf.xml", "OSC_PORT", 3);
+    ed.setIfExists(side.confDir + "/../oservice/osc/conf/orvsc_conf.xml", "OSC_PORT", 3);
+    for (const char* name : {"/sd.xml", "/SD.xml"}) {
+        ed.setIfExists(services + name, "SD_SDK_PORT", 5);
+        ed.setIfExists(services + name, "SD_ADMIN_PORT", 6);
+    }
+    ed.setIfExists(services + "/rs.xml", "REPOSITORY_SERVICE_PORT", 4);
+    const std::string mrss = servicesDirOf(side.mrssConfDir) + "/mrss.xml";
+    ed.setIfExists(mrss, "HOV_MRSS_SHUFFLE_CLIENT_PORT", 10);
+    ed.setIfExists(mrss, "HOV_MRSS_SHUFFLE_DATA_WRITE_PORT", 11);
+}
+
+int editPortSide(int base, const PortSide& side) {
+    PortEditor ed(base);
+    editKeyFiles(ed, side);
+    editServiceProfiles(ed, side);
+    return ed.result();
+}
+
+std::optional<std::string> optionalDir(const char* dir) {
+    return dir == nullptr ? std::nullopt : std::optional<std::string>(dir);
+}
+
+// Moves every port of both sides: on a host with a shared configuration directory the
+// shared files first (their failures are reported but do not fail the command, since
+// another management host may own them), then always the local ones. The local side's
+// mrss.xml is taken from ORV_CONFDIR, where the shuffle service's profile is kept.
+int editAllPorts(int base, const std::string& confDir, const std::string& localDir, bool shared) {
+    if (shared) {
+        (void)editPortSide(base, {confDir, optionalDir(getInstallTop()), confDir});
+    }
+    return editPortSide(base, {localDir, getShareTop(), confDir});
+}
+
+}  // namespace
+
+bool isAllDigits(std::string_view text) {
+    for (char c : text) {
+        if (std::isdigit(static_cast<unsigned char>(c)) == 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int portTextToInt(std::string_view text) {
+    std::size_t i = 0;
+    while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i])) != 0) {
+        ++i;
+    }
+    bool negative = false;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) {
+        negative = text[i] == '-';
+        ++i;
+    }
+    long long value = 0;
+    for (; i < text.size() && std::isdigit(static_cast<unsigned char>(text[i])) != 0; ++i) {
+        value = value * 10 + (text[i] - '0');
+        if (value > static_cast<long long>(INT_MAX) + 1) {
+            value = static_cast<long long>(INT_MAX) + 1;
+        }
+    }
+    if (negative) {
+        return static_cast<int>(-value < INT_MIN ? INT_MIN : -value);
+    }
+    return static_cast<int>(value > INT_MAX ? INT_MAX : value);
+}
+
+std::string servicesDirOf(const std::string& confDir) {
+    return confDir + "/../../oservice/osc/conf/services";
+}
+
+int chgPorts(const std::string& file, const std::string& key, const std::string& value) {
+    const std::string line = key + "=" + value;
+    const int rc = isXmlKey(key) ? replaceValueInXML(file, key, value)
+                                 : replaceString(file, key, line);
+    if (rc == -1) {
+        alertI18nWithTwoParameters(kSetFailed, key, value);
+        return -1;
+    }
+    return 0;
+}
+
+int checkPortsInUse(int base, int count) {
+    int result = 0;
+    for (int i = 0; i < count; ++i) {
+        const Probe p = probePort(base + i);
+        if (p == Probe::Abort) {
+            return -1;
+        }
+        if (p == Probe::Busy) {
+            result = -1;
+        }
+    }
+    return result;
+}
+
+bool getPortDirectories(const char* pname, std::string& confDir, std::string& localDir) {
+    const char* conf = getOrvConfDir();
+    if (conf == nullptr || checkDirectory(conf) == -1) {
+        return false;
+    }
+    std::string local;
+    if (getOrvDirFromBinary(pname, local) == -1) {
+        return false;
+    }
+    if (!isDirectory(local)) {
+        local = confOldFallback(local);
+        if (!isDirectory(local)) {
+            return false;
+        }
+    }
+    confDir = conf;
+    localDir = local;
+    return true;
+}
+
+int checkPortAdministrator(const std::string& confDir) {
+    std::string user;
+    if (getCurrentUser(user) == -1) {
+        return -1;
+    }
+    const std::optional<std::string> cluster = getClusterName(confDir);
+    if (!cluster) {
+        alertI18n(kNoClusterNameMessage);
+        return -1;
+    }
+    const std::string clusterFile = std::string("orv.cluster") + "." + *cluster;
+    return checkExecuteUser(confDir.c_str(), clusterFile.c_str(), user) == 1 ? 1 : -1;
+}
+
+int orvconfig_setbaseport(const std::string& baseportstr, const char* pname) {
+    if (!isAllDigits(baseportstr)) {
+        alertI18nWithParameter(kInvalidBasePort, baseportstr);
+        return -1;
+    }
+    const int base = portTextToInt(baseportstr);
+    std::string confDir;
+    std::string localDir;
+    if (!getPortDirectories(pname, confDir, localDir) || checkPortAdministrator(confDir) == -1) {
+        return -1;
+    }
+    // The service directory's profile brings two more ports into the block, and the
+    // highest base shrinks with it. The message has always named 65532 either way.
+    const int count = hasSdProfile(localDir) ? kPortsWithSd : kPortsWithoutSd;
+    if (base < kLowestPort || base > kHighestPort + 1 - count) {
+        alertI18nWithParameter(kInvalidBasePort, baseportstr);
+        return -1;
+    }
+    if (checkPortsInUse(base, count) != 0) {
+        return -1;
+    }
+    const int same = IsSameDirectory(confDir, localDir);
+    if (same == -1) {
+        return -1;
+    }
+    if (editAllPorts(base, confDir, localDir, same == 0) != 0) {
+        alertI18n(kCommandFailedMessage);
+        return -1;
+    }
+    alertI18nWithParameter(kBasePortChanged, baseportstr);
+    return 1;
+}
+
+}  // namespace orv
