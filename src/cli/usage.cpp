@@ -1,0 +1,328 @@
+// Usage texts, the version banner and the subcommand dispatcher.
+#include "cli/usage.hpp"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/messages.hpp"
+#include "cluster/join.hpp"
+#include "hosts/master_list.hpp"
+#include "mghost/demote.hpp"
+#include "mghost/promote.hpp"
+#include "ports/base_port.hpp"
+#include "ports/hdfs_port.hpp"
+#include "resources/local_resources.hpp"
+
+namespace orv {
+
+namespace {
+
+constexpr const char* kProgram = "orvconfig";
+
+// A usage line: the text with every "%s" standing for the program name.
+void usageLine(const char* text) { printText(formatMessage(text, {kProgram, kProgram})); }
+
+void fullUsage() {
+    usageLine("Usage: %s subcommand [options]\n");
+    usageLine("       %s -h\n");
+    usageLine("       %s -V\n");
+    usageLine("Subcommand:\n");
+    usageLine("   addresourceattr \"[resource resource_name] [resourcemap value*resource_name] "
+              "...\"\n");
+    alertI18n("Adds a resource attribute tag to the parameter ORV_LOCAL_RESOURCES in orv.conf on "
+              "the local host. The attribute tag is later referenced when you create a resource "
+              "group and want to add hosts to it that share the same resource attribute.");
+    alertI18n("resourcemap :Keyword required by ORV_LOCAL_RESOURCES to signify that the name of "
+              "the resource attribute tag is numeric. The name is preceded by a numeric value to "
+              "form a name-value pair.");
+    alertI18n("resource : Keyword required by ORV_LOCAL_RESOURCES to signify that the name of the "
+              "resource attribute tag is boolean.");
+    alertI18n("resource_name : Specifies the name of the resource attribute tag that identifies "
+              "this type of host. For example, the resource attribute tag scvg could be later "
+              "used to create a resource group for harvesting-capable hosts.");
+    usageLine("\n");
+    usageLine("   join        master_name [-f]\n");
+    alertI18n("Adds the local UNIX host to the cluster that has the specified master host.");
+    usageLine("\n");
+    usageLine("   masterlist  host_name[,host_name,...]\n");
+    alertI18n("Specifies the list of master candidates, starting with the master host, and "
+              "including  all of the candidates, in the order of failover priority.");
+    usageLine("\n");
+    usageLine("   mghost      shared_top [-f]\n");
+    alertI18n("Specifies to ignore the local configuration directory and look in the shared "
+              "location for the configuration information and common files so the management "
+              "hosts use a common set of files. Issuing this command adds this host to the "
+              "management hosts resource group.");
+    usageLine("\n");
+    usageLine("   mghost      vos [-f]\n");
+    alertI18n("Use this command when adding Brevant VOS to an existing ORV cluster. Specifies to "
+              "ignore the local VOS configuration directory and use the ORV shared directory "
+              "instead. Issue this command on all management hosts so VOS can use shared "
+              "location configurations.");
+    usageLine("\n");
+    usageLine("   mghost      kirn [-f]\n");
+    alertI18n("Use this command when adding Brevant Tessary to an existing ORV cluster. Specifies "
+              "to ignore the local Tessary configuration directory and use the ORV shared "
+              "directory instead. Issue this command only on the master host so that Tessary "
+              "can use shared location configurations.");
+    usageLine("\n");
+    usageLine("   mghost      zt [-f]\n");
+    alertI18n("Use this command when adding Brevant Tessary Analytics to an existing ORV cluster. "
+              "Specifies to ignore the local Tessary Analytics configuration directory and use "
+              "the ORV shared directory instead. Issue this command only on the master host so "
+              "that Tessary Analytics can use shared location configurations.");
+    usageLine("\n");
+    usageLine("   setbaseport base_port_no\n");
+    alertI18n("Changes the port number for the ORV_LIM service or daemon to the specified port "
+              "number.");
+    usageLine("\n");
+    usageLine("   unsetmghost [-f]\n");
+    alertI18n("Demotes the local management host to a compute host.");
+    usageLine("\n");
+    usageLine("   hovhdfsport <show|set> port_no \n");
+    alertI18n("Displays or updates the port number for the HDFS service.");
+}
+
+void mghostUsage() {
+    usageLine("Usage: %s mghost shared_top [-f]\n");
+    usageLine("       %s mghost kirn [-f]\n");
+    usageLine("       %s mghost vos [-f]\n");
+    usageLine("       %s mghost zt [-f]\n");
+}
+
+}  // namespace
+
+void usage(int type) {
+    const char* single = nullptr;
+    switch (type) {
+    case 2: break;
+    case 3: single = "Usage: %s masterlist host_name[,host_name,...] [-f]\n"; break;
+    case 4: single = "Usage: %s join master_name [-f]\n"; break;
+    case 6: break;
+    case 8: single = "Usage: %s setbaseport base_port_no\n"; break;
+    case 9: single = "Usage: %s unsetmghost [-f]\n"; break;
+    case 10:
+        single = "Usage: %s addresourceattr \"[resource resource_name] [resourcemap "
+                 "value*resource_name] ...\"\n";
+        break;
+    case 12: single = "Usage: %s hovhdfsport <show|set> <port>\n"; break;
+    default: return;
+    }
+    printText("\n");
+    if (type == 2) {
+        fullUsage();
+    } else if (type == 6) {
+        mghostUsage();
+    } else {
+        usageLine(single);
+    }
+}
+
+void printVersionBanner() {
+    flushOutput();
+    std::fputs("ORV 1.2.7.0 build 213132, Feb 27 2013\n"
+               "Copyright (C) 2013 the orvconfig authors.\n"
+               "All rights reserved.\n"
+               "\n"
+               "binary type: linux2.6-glibc2.3-x86_64\n",
+               stderr);
+}
+
+void pauseForVista() {}
+
+namespace {
+
+// What the dispatcher was given, and the rules shared by every subcommand row.
+struct Invocation {
+    int argc;
+    char** argv;
+
+    std::string_view arg(int i) const { return argv[i]; }
+
+    // A trailing word, where allowed, must be exactly "-f"; it turns confirmations off.
+    bool acceptForce(int index) const {
+        if (argc <= index) {
+            return true;
+        }
+        if (std::strcmp(argv[index], "-f") != 0) {
+            return false;
+        }
+        silent = 1;
+        return true;
+    }
+};
+
+// The common ending of a row: usage on a bad command line, else the result line.
+int usageError(int selector, bool pause) {
+    usage(selector);
+    if (pause) {
+        pauseForVista();
+    }
+    return -1;
+}
+
+int commandFailed(bool pause) {
+    alertI18n("Command failed.");
+    if (pause) {
+        pauseForVista();
+    }
+    return -1;
+}
+
+int succeeded() {
+    pauseForVista();
+    return 0;
+}
+
+int runMasterlist(const Invocation& in) {
+    if ((in.argc != 3 && in.argc != 4) || !in.acceptForce(3)) {
+        return usageError(3, true);
+    }
+    if (orvconfig_setmasterlist(in.argv[2]) == -1) {
+        return commandFailed(true);
+    }
+    alertI18nWithParameter("The master host failover order is %s. To make changes take effect, "
+                           "restart ORV on the master host with the command orvsh orv restart.",
+                           in.argv[2]);
+    return succeeded();
+}
+
+int runJoin(const Invocation& in) {
+    if ((in.argc != 3 && in.argc != 4) || !in.acceptForce(3)) {
+        return usageError(4, true);
+    }
+    if (orvconfig_join(in.argv[2]) == -1) {
+        return commandFailed(true);
+    }
+    return succeeded();
+}
+
+// The only row that never pauses on its usage and failure paths.
+int runMghost(const Invocation& in) {
+    if ((in.argc != 3 && in.argc != 4) || !in.acceptForce(3)) {
+        return usageError(6, false);
+    }
+    if (orvconfig_setshare(in.argv[2]) == -1) {
+        return commandFailed(false);
+    }
+    return succeeded();
+}
+
+int runUnsetmghost(const Invocation& in) {
+    if ((in.argc != 2 && in.argc != 3) || !in.acceptForce(2)) {
+        return usageError(9, true);
+    }
+    const int ret = orvconfig_removeshare(in.argv[0]);
+    if (ret == -1) {
+        return commandFailed(true);
+    }
+    if (ret == 1) {
+        alertI18n("This host no longer uses the shared configuration directory.  This host "
+                  "cannot be used as a master candidate.");
+    }
+    return succeeded();
+}
+
+int runSetbaseport(const Invocation& in) {
+    if (in.argc != 3) {
+        return usageError(8, true);
+    }
+    if (orvconfig_setbaseport(in.argv[2], in.argv[0]) == -1) {
+        return commandFailed(true);
+    }
+    return succeeded();
+}
+
+int runHovhdfsport(const Invocation& in) {
+    int ret = 0;
+    if (in.argc == 3 && in.arg(2) == "show") {
+        ret = orvconfig_showhovhdfsport(in.argv[0]);
+    } else if (in.argc == 4 && in.arg(2) == "set") {
+        ret = orvconfig_sethovhdfsport(in.argv[3], in.argv[0]);
+    } else {
+        return usageError(12, true);
+    }
+    if (ret == -1) {
+        return commandFailed(true);
+    }
+    return succeeded();
+}
+
+int runAddresourceattr(const Invocation& in) {
+    if (in.argc != 3) {
+        return usageError(10, true);
+    }
+    std::vector<LOCAL_RESOURCE> vRes;
+    int numberOfResources = 0;
+    const std::string text = in.argv[2];
+    if (parseLocalResources(&text, vRes, 0, numberOfResources) != 0) {
+        return usageError(10, true);
+    }
+    if (orvconfig_addresourcetag(vRes, numberOfResources) == -1) {
+        return commandFailed(true);
+    }
+    alertI18n("Add resource tag successfully.");
+    return succeeded();
+}
+
+struct Subcommand {
+    std::string_view word;
+    int (*run)(const Invocation&);
+};
+
+// Matched in this order, each by its whole word only.
+constexpr Subcommand kSubcommands[] = {
+    {"masterlist", runMasterlist},   {"join", runJoin},
+    {"mghost", runMghost},           {"unsetmghost", runUnsetmghost},
+    {"setbaseport", runSetbaseport}, {"hovhdfsport", runHovhdfsport},
+    {"addresourceattr", runAddresourceattr},
+};
+
+void illegalOption(const char* arg) {
+    alertI18nWithParameter("orvconfig: Illegal option -%s", arg);
+    usage(2);
+}
+
+// A lone argument starting with a dash: -V.., -h.., or an illegal option (which still
+// exits 0).
+int runOption(const char* arg) {
+    if (std::strncmp(arg, "-V", 2) == 0) {
+        printVersionBanner();
+        pauseForVista();
+        return 0;
+    }
+    if (std::strncmp(arg, "-h", 2) == 0) {
+        usage(2);
+        return 0;
+    }
+    illegalOption(arg);
+    return 0;
+}
+
+}  // namespace
+
+int orvconfigMain(int argc, char** argv) {
+    if (argc == 2 && argv[1][0] == '-') {
+        return runOption(argv[1]);
+    }
+    if (argc <= 1) {
+        usage(2);
+        return -1;
+    }
+    const Invocation in{argc, argv};
+    for (const Subcommand& sub : kSubcommands) {
+        if (in.arg(1) == sub.word) {
+            const int ret = sub.run(in);
+            flushOutput();
+            return ret;
+        }
+    }
+    illegalOption(argv[1]);
+    pauseForVista();
+    return -1;
+}
+
+}  // namespace orv
