@@ -1,0 +1,239 @@
+// Resource attribute tags of this host: the ORV_LOCAL_RESOURCES value of orv.conf, its
+// bracketed "[keyword value]" grammar, the merge that adds new tags, and the harvesting
+// check that join asks before it makes this host a master.
+#include "resources/local_resources.hpp"
+
+#include <string_view>
+
+#include "cli/messages.hpp"
+#include "context/cluster_identity.hpp"
+#include "context/environment.hpp"
+#include "hosts/master_list.hpp"
+#include "text/file_io.hpp"
+#include "text/line_reader.hpp"
+#include "text/rewrite.hpp"
+#include "text/strings.hpp"
+
+namespace orv {
+
+namespace {
+
+constexpr const char* kResourceKey = "ORV_LOCAL_RESOURCES";
+constexpr const char* kCannotOpenTheFile = "Cannot open the file %s.";
+
+constexpr const char* kNotComputeHostMessage =
+    "This command can only be executed on compute hosts. This host does not appear to be a "
+    "compute host because ORV_CONFDIR environment and ORV_LOCAL_CONFDIR are different.\n"
+    "ORV_CONFDIR:\n    %s\nORV_LOCAL_CONFDIR:\n    %s";
+
+constexpr const char* kMasterHostMessage =
+    "This command cannot be executed on a master or master candidate host. This host appears "
+    "to be a master or master candidate host because it is specified in parameter "
+    "ORV_MASTER_LIST in $ORV_CONFDIR/orv.conf. \nORV_CONFDIR:\n    %s";
+
+std::string confPathOf(const std::string& dir) { return dir + "/orv.conf"; }
+
+bool isKnownKeyword(const std::string& word) {
+    return word == "resource" || word == "resourcemap";
+}
+
+// One "[keyword value]" entry: the text strictly between the brackets.
+bool parseEntry(std::string_view inner, int flag, LOCAL_RESOURCE& out) {
+    std::vector<std::string> words;
+    if (tokenize(inner, words, " ") != 2) return false;
+    if (flag == 0 && !isKnownKeyword(words[0])) return false;
+    out.Name = words[0];
+    out.Value = words[1];
+    return true;
+}
+
+enum class KeyLine { OpenFailed, Absent, Found };
+
+// The first line of orv.conf that mentions the key and does not start with '#'. Only the
+// very first character decides: an indented "#" line still counts, as it always has.
+KeyLine findKeyLine(const std::string& path, std::string& keyLine) {
+    LineReader in;
+    if (!in.open(path)) {
+        alertI18nWithParameter(kCannotOpenTheFile, path);
+        return KeyLine::OpenFailed;
+    }
+    int lineCount = 0;
+    std::string line;
+    while (getNextLineD_(in, lineCount, 0, line)) {
+        if (!line.empty() && line[0] == '#') continue;
+        if (contains(line, kResourceKey)) {
+            keyLine = line;
+            return KeyLine::Found;
+        }
+    }
+    return KeyLine::Absent;
+}
+
+// Parses the value of a key line (everything after its first '='); a line without '='
+// holds no tags.
+int parseKeyLine(const std::string& keyLine, std::vector<LOCAL_RESOURCE>& list, int& count) {
+    std::size_t eq = keyLine.find('=');
+    const std::string value = eq == std::string::npos ? std::string() : keyLine.substr(eq + 1);
+    return parseLocalResources(&value, list, 1, count) == -1 ? -1 : 0;
+}
+
+bool sameTag(const LOCAL_RESOURCE& a, const LOCAL_RESOURCE& b) {
+    return a.Name == b.Name && a.Value == b.Value;
+}
+
+bool alreadyTagged(const std::vector<LOCAL_RESOURCE>& existing, int count,
+                   const LOCAL_RESOURCE& tag) {
+    for (int i = 0; i < count; ++i) {
+        if (sameTag(existing[static_cast<std::size_t>(i)], tag)) return true;
+    }
+    return false;
+}
+
+void appendEntry(std::string& line, const LOCAL_RESOURCE& tag) {
+    line += " [" + tag.Name + " " + tag.Value + "]";
+}
+
+// The new key line: the existing tags in file order, then the new ones that are not
+// among them. New tags are not compared with each other, so a tag given twice on the
+// command line is written twice.
+std::string buildKeyLine(const std::vector<LOCAL_RESOURCE>& existing, int existingCount,
+                         const std::vector<LOCAL_RESOURCE>& added, int addedCount,
+                         const std::string& comment) {
+    std::string line = std::string(kResourceKey) + "=\"";
+    for (int i = 0; i < existingCount; ++i) appendEntry(line, existing[static_cast<std::size_t>(i)]);
+    for (int i = 0; i < addedCount && static_cast<std::size_t>(i) < added.size(); ++i) {
+        const LOCAL_RESOURCE& tag = added[static_cast<std::size_t>(i)];
+        if (!alreadyTagged(existing, existingCount, tag)) appendEntry(line, tag);
+    }
+    const std::size_t firstEntry = std::string_view(kResourceKey).size() + 2;
+    if (line.size() > firstEntry && line[firstEntry] == ' ') line.erase(firstEntry, 1);
+    line += '"';
+    if (!comment.empty()) line += " " + comment;
+    return line;
+}
+
+int harvestingCode(const std::vector<LOCAL_RESOURCE>& tags, int count) {
+    for (int i = 0; i < count; ++i) {
+        const LOCAL_RESOURCE& tag = tags[static_cast<std::size_t>(i)];
+        if (tag.Name != "resource") continue;
+        if (tag.Value == "scvg") return 1;
+        if (tag.Value == "svrscvg") return 2;
+        if (tag.Value == "vmscvg") return 3;
+    }
+    return 0;
+}
+
+// Administrator and role checks of addresourceattr; fills the directories and user.
+int checkComputeHost(const std::string& confDir, std::string& localDir, std::string& user,
+                     FILEINFO& info) {
+    getCurrentUser(user);
+    std::optional<std::string> cluster = getClusterName(confDir);
+    if (!cluster) {
+        alertI18n(kNoClusterNameMessage);
+        return -1;
+    }
+    const std::string clusterFile = "orv.cluster." + *cluster;
+    if (checkExecuteUser(confDir.c_str(), clusterFile.c_str(), user) != 1) return -1;
+    if (getFileInfo(confDir, "orv.conf", info) != 1) return -1;
+    const char* local = getOrvLocalConfDir();
+    if (local == nullptr) return -1;
+    localDir = local;
+    int same = IsSameDirectory(localDir, confDir);
+    if (same == -1) return -1;
+    if (same == 0) {
+        alertI18nWithTwoParameters(kNotComputeHostMessage, confDir, localDir);
+        return -1;
+    }
+    if (checkMasterList(confDir) == 1) {
+        alertI18nWithParameter(kMasterHostMessage, confDir);
+        return -1;
+    }
+    return 1;
+}
+
+}  // namespace
+
+int parseLocalResources(const std::string* text, std::vector<LOCAL_RESOURCE>& list, int flag,
+                        int& count) {
+    count = 0;
+    list.clear();
+    if (text == nullptr || text->empty()) return 1;
+    const std::string& s = *text;
+    std::size_t close = s.find(']');
+    if (close == std::string::npos) return -1;
+    std::size_t from = 0;
+    while (close != std::string::npos) {
+        std::size_t open = s.find_first_of("[]", from);
+        if (open >= close) return -1;
+        LOCAL_RESOURCE tag;
+        if (!parseEntry(std::string_view(s).substr(open + 1, close - open - 1), flag, tag)) {
+            return -1;
+        }
+        list.push_back(std::move(tag));
+        ++count;
+        from = close + 1;
+        close = s.find(']', from);
+    }
+    return 0;
+}
+
+int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list, int& count,
+                      std::string& comment) {
+    count = 0;
+    list.clear();
+    comment.clear();
+    const std::string path = confPathOf(dir);
+    std::string keyLine;
+    switch (findKeyLine(path, keyLine)) {
+        case KeyLine::OpenFailed:
+            return -1;
+        case KeyLine::Absent:
+            // Give the key an empty value so that the rewrite has a line to replace.
+            if (!appendToFile(path, "\n" + std::string(kResourceKey) + "=\n")) {
+                alertI18nWithParameter(kCannotOpenTheFile, path);
+                return -1;
+            }
+            return 0;
+        case KeyLine::Found:
+            break;
+    }
+    std::size_t hash = keyLine.find('#');
+    if (hash != std::string::npos) comment = keyLine.substr(hash);
+    return parseKeyLine(keyLine, list, count);
+}
+
+int addLocalResources(const std::string& dir, const std::vector<LOCAL_RESOURCE>& list, int count) {
+    std::vector<LOCAL_RESOURCE> existing;
+    int existingCount = 0;
+    std::string comment;
+    if (getLocalResources(dir, existing, existingCount, comment) == -1) return -1;
+    const std::string line = buildKeyLine(existing, existingCount, list, count, comment);
+    return replaceStringWithoutComment(confPathOf(dir), kResourceKey, line) == 1 ? 0 : -1;
+}
+
+int orvconfig_addresourcetag(const std::vector<LOCAL_RESOURCE>& list, int count) {
+    const char* conf = getOrvConfDir();
+    if (conf == nullptr) return -1;
+    const std::string confDir = conf;
+    if (checkDirectory(confDir) != 1) return -1;
+    std::string localDir;
+    std::string user;
+    FILEINFO info;
+    if (checkComputeHost(confDir, localDir, user, info) != 1) return -1;
+    int result = addLocalResources(localDir, list, count);
+    if (isRootPrefixed(user)) setFileInfo(confDir, "orv.conf", info);
+    return result == 0 ? 1 : -1;
+}
+
+int checkScavengingResourceTag(const std::string& dir) {
+    std::string keyLine;
+    KeyLine found = findKeyLine(confPathOf(dir), keyLine);
+    if (found == KeyLine::OpenFailed) return -1;
+    if (found == KeyLine::Absent) return 0;
+    std::vector<LOCAL_RESOURCE> tags;
+    int count = 0;
+    if (parseKeyLine(keyLine, tags, count) == -1) return -1;
+    return harvestingCode(tags, count);
+}
+
+}  // namespace orv
