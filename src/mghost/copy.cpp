@@ -1,0 +1,219 @@
+// Copying configuration files and trees onto the shared directory. Every copy goes through
+// the target's ".tmp" file (never following a link planted there, every write checked), and
+// directory trees are walked by absolute-or-joined paths, so the working directory of the
+// process is never changed.
+#include "mghost/copy.hpp"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "cli/messages.hpp"
+#include "context/environment.hpp"
+#include "text/file_io.hpp"
+#include "text/line_reader.hpp"
+
+namespace orv {
+
+namespace {
+
+// Owns an open directory stream; closed on every way out of the walk.
+class DirHandle {
+public:
+    explicit DirHandle(const std::string& path) : dir_(opendir(path.c_str())) {}
+    ~DirHandle() {
+        if (dir_ != nullptr) closedir(dir_);
+    }
+    DirHandle(const DirHandle&) = delete;
+    DirHandle& operator=(const DirHandle&) = delete;
+    bool isOpen() const { return dir_ != nullptr; }
+    // Next entry name; false at the end of the directory.
+    bool next(std::string& name) {
+        const dirent* entry = readdir(dir_);
+        if (entry == nullptr) return false;
+        name = entry->d_name;
+        return true;
+    }
+
+private:
+    DIR* dir_;
+};
+
+// Identity of a directory on the current copy path, to notice a link back to an ancestor.
+using DirId = std::pair<dev_t, ino_t>;
+
+std::string joinPath(const std::string& dir, const std::string& name) {
+    return dir + "/" + name;
+}
+
+// The directory part of a target path: everything before its last '/'. A target without
+// a '/' lives in the current directory, which needs no creating.
+std::optional<std::string> parentOf(const std::string& target) {
+    const std::size_t slash = target.rfind('/');
+    if (slash == std::string::npos) return std::nullopt;
+    if (slash == 0) return std::string("/");
+    return target.substr(0, slash);
+}
+
+// The steps shared by both file copies before any byte is read: a missing source is no
+// error (nothing to copy), the target's directory is made, and an existing target is kept
+// unless overwrite is set. Returns nullopt to go on copying, or the result to return.
+std::optional<int> prepareCopy(const std::string& source, const std::string& target,
+                               int overwrite) {
+    if (!pathExists(source)) return 0;
+    if (const auto parent = parentOf(target); parent && makeDir(*parent) != 0) return -1;
+    if (overwrite == 0 && pathExists(target)) return 0;
+    return std::nullopt;
+}
+
+// Writes the copied content through the target's ".tmp" and maps the outcome to the
+// copy's result. A failed write has already been reported by the writer.
+int commitCopy(const std::string& target, const std::string& content) {
+    switch (writeThroughTmp(target, content)) {
+        case CommitResult::Written:
+        case CommitResult::Unchanged:
+            return 0;
+        case CommitResult::FileOpenFailed:
+            alertI18nWithParameter("Cannot open file %s.", tmpPathOf(target));
+            return -1;
+        case CommitResult::TmpOpenFailed:
+        case CommitResult::TmpWriteFailed:
+        case CommitResult::FileWriteFailed:
+            break;
+    }
+    return -1;
+}
+
+// The text copy: every line through the raw reader, each ended by one newline, so that
+// tabs become blanks, trailing blanks go and the last line is always terminated.
+std::string normalisedText(LineReader& in) {
+    std::string out;
+    std::string line;
+    int lineCount = 0;
+    while (getNextLineD_(in, lineCount, 0, line)) {
+        out += line;
+        out += '\n';
+    }
+    return out;
+}
+
+int copyTree(const std::string& source, const std::string& target, int overwrite,
+             std::vector<DirId>& ancestors);
+
+// A plain entry of a tree (a link counts as what it points at): copied byte for byte and
+// given the source's owner record and mode.
+int copyTreeFile(const std::string& source, const std::string& target, int overwrite) {
+    FILEINFO info;
+    const int recorded = getFileInfo2(source, info);
+    if (copyAnyFile(source, target, overwrite) == -1) return -1;
+    if (recorded == 1) setFileInfo2(target, info);
+    return 0;
+}
+
+void reportMkdirFailure(const std::string& path, int error) {
+    alertI18nWithTwoParameters("Cannot make the directory %s,error number %s", path,
+                               std::to_string(error));
+}
+
+// A sub-directory of a tree: made with the source's mode bits (an existing one is fine,
+// any other failure is reported and the copy goes on), then filled recursively.
+int copyTreeDir(const std::string& source, const std::string& target, const struct stat& st,
+                int overwrite, std::vector<DirId>& ancestors) {
+    const DirId id{st.st_dev, st.st_ino};
+    for (const DirId& seen : ancestors) {
+        // A link back to a directory being copied would make the tree endless: it is
+        // reported like any directory that cannot be made, and skipped.
+        if (seen == id) {
+            reportMkdirFailure(target, ELOOP);
+            return 0;
+        }
+    }
+    if (mkdir(target.c_str(), st.st_mode & 07777) != 0 && errno != EEXIST) {
+        reportMkdirFailure(target, errno);
+    }
+    return copyTree(source, target, overwrite, ancestors);
+}
+
+int copyTreeEntry(const std::string& source, const std::string& target,
+                  const std::string& name, int overwrite, std::vector<DirId>& ancestors) {
+    const std::string from = joinPath(source, name);
+    const std::string to = joinPath(target, name);
+    struct stat st {};
+    if (stat(from.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+        return copyTreeFile(from, to, overwrite);
+    }
+    if (name == "." || name == "..") return 0;
+    return copyTreeDir(from, to, st, overwrite, ancestors);
+}
+
+int copyTree(const std::string& source, const std::string& target, int overwrite,
+             std::vector<DirId>& ancestors) {
+    DirHandle dir(source);
+    if (!dir.isOpen()) return -1;
+    struct stat self {};
+    const bool known = stat(source.c_str(), &self) == 0;
+    if (known) ancestors.emplace_back(self.st_dev, self.st_ino);
+    std::string name;
+    int result = 0;
+    while (result == 0 && dir.next(name)) {
+        result = copyTreeEntry(source, target, name, overwrite, ancestors);
+    }
+    if (known) ancestors.pop_back();
+    return result;
+}
+
+// mkdir of one path component; an existing directory is fine, an existing file is not.
+bool makeOneDir(const std::string& path) {
+    if (mkdir(path.c_str(), 0777) == 0) return true;
+    if (errno != EEXIST) return false;
+    struct stat st {};
+    return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+}  // namespace
+
+int copyTextFile(const std::string& source, const std::string& target, int overwrite) {
+    if (const auto early = prepareCopy(source, target, overwrite)) return *early;
+    LineReader in;
+    if (!in.open(source)) return -1;
+    return commitCopy(target, normalisedText(in));
+}
+
+int copyAnyFile(const std::string& source, const std::string& target, int overwrite) {
+    if (const auto early = prepareCopy(source, target, overwrite)) return *early;
+    std::string content;
+    if (!readRegularFile(source, content)) return -1;
+    return commitCopy(target, content);
+}
+
+int copyDir(const std::string& source, const std::string& target, int overwrite) {
+    if (!pathExists(source)) return 0;
+    std::vector<DirId> ancestors;
+    return copyTree(source, target, overwrite, ancestors);
+}
+
+int makeDir(const std::string& path) {
+    if (pathExists(path)) return 0;
+    if (path.empty()) return 1;
+    // Each missing parent first, like "mkdir -p"; repeated and trailing slashes are fine.
+    for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
+         slash = path.find('/', slash + 1)) {
+        if (path[slash - 1] == '/') continue;
+        if (!makeOneDir(path.substr(0, slash))) return 1;
+    }
+    if (path.back() == '/') return 0;
+    return makeOneDir(path) ? 0 : 1;
+}
+
+int removeFile(const std::string& path) {
+    unlink(path.c_str());
+    return 1;
+}
+
+}  // namespace orv
