@@ -1,0 +1,167 @@
+#include "text/file_io.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "cli/messages.hpp"
+
+namespace orv {
+
+namespace {
+
+// Owns one file descriptor; close() reports whether the kernel accepted the data.
+class UniqueFd {
+public:
+    explicit UniqueFd(int fd) : fd_(fd) {}
+    UniqueFd(const UniqueFd&) = delete;
+    UniqueFd& operator=(const UniqueFd&) = delete;
+    UniqueFd(UniqueFd&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+    UniqueFd& operator=(UniqueFd&&) = delete;
+    ~UniqueFd() {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    explicit operator bool() const { return fd_ >= 0; }
+    int get() const { return fd_; }
+    bool close() {
+        const int fd = fd_;
+        fd_ = -1;
+        return fd >= 0 && ::close(fd) == 0;
+    }
+
+private:
+    int fd_;
+};
+
+int openRetrying(const char* path, int flags, mode_t mode = 0) {
+    int fd = -1;
+    do {
+        fd = ::open(path, flags, mode);
+    } while (fd < 0 && errno == EINTR);
+    return fd;
+}
+
+bool isRegularFd(int fd) {
+    struct stat st {};
+    return ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+}
+
+// Opens for writing and refuses anything but a regular file. O_NONBLOCK keeps a FIFO
+// without a reader from stalling the run; it has no effect on regular files.
+UniqueFd openRegularForWrite(const std::string& path, int extraFlags) {
+    UniqueFd fd(openRetrying(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC | extraFlags, 0666));
+    if (fd && !isRegularFd(fd.get())) return UniqueFd(-1);
+    return fd;
+}
+
+// The ".tmp" beside a file: created afresh and never reached through a symbolic link.
+UniqueFd openTmp(const std::string& tmp) {
+    return openRegularForWrite(tmp, O_CREAT | O_TRUNC | O_NOFOLLOW);
+}
+
+bool writeAll(int fd, std::string_view data) {
+    while (!data.empty()) {
+        const ssize_t n = ::write(fd, data.data(), data.size());
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        data.remove_prefix(static_cast<std::size_t>(n));
+    }
+    return true;
+}
+
+bool readAll(int fd, std::string& out) {
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return false;
+        if (n == 0) return true;
+        out.append(buffer, static_cast<std::size_t>(n));
+    }
+}
+
+// Fills the ".tmp"; on failure it is removed and the failure reported with its path.
+bool fillTmp(UniqueFd& fd, const std::string& tmp, std::string_view content, bool sync) {
+    bool ok = writeAll(fd.get(), content) && (!sync || ::fsync(fd.get()) == 0);
+    ok = fd.close() && ok;
+    if (ok) return true;
+    ::unlink(tmp.c_str());
+    alertI18nWithParameter("Cannot write file %s.", tmp);
+    return false;
+}
+
+// Rewrites an open file in place (same inode). On failure the ".tmp" is kept, since it
+// then holds the only complete copy of the new text.
+bool rewriteInPlace(UniqueFd& fd, const std::string& file, const std::string& tmp,
+                    std::string_view content, bool sync) {
+    bool ok = ::ftruncate(fd.get(), 0) == 0 && writeAll(fd.get(), content) &&
+              (!sync || ::fsync(fd.get()) == 0);
+    ok = fd.close() && ok;
+    if (!ok) alertI18nWithTwoParameters("Cannot write file %s. Its new content is kept in %s.", file, tmp);
+    return ok;
+}
+
+CommitResult writeBoth(const std::string& file, std::string_view content, bool sync,
+                       bool createFile, bool keepTmpOnFileOpenFailure, UniqueFd& tmpFd) {
+    const std::string tmp = tmpPathOf(file);
+    if (!fillTmp(tmpFd, tmp, content, sync)) return CommitResult::TmpWriteFailed;
+    UniqueFd fd = openRegularForWrite(file, createFile ? O_CREAT : 0);
+    if (!fd) {
+        if (!keepTmpOnFileOpenFailure) ::unlink(tmp.c_str());
+        return CommitResult::FileOpenFailed;
+    }
+    if (!rewriteInPlace(fd, file, tmp, content, sync)) return CommitResult::FileWriteFailed;
+    ::unlink(tmp.c_str());
+    return CommitResult::Written;
+}
+
+}  // namespace
+
+bool readRegularFile(const std::string& path, std::string& out) {
+    out.clear();
+    UniqueFd fd(openRetrying(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!fd) return false;
+    struct stat st {};
+    if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
+    out.reserve(static_cast<std::size_t>(st.st_size));
+    if (readAll(fd.get(), out)) return true;
+    out.clear();
+    return false;
+}
+
+bool isRegularFile(const std::string& path) {
+    struct stat st {};
+    return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+CommitResult commitRewrite(const std::string& file, std::string_view original,
+                           std::string_view updated, bool keepTmpOnFileOpenFailure) {
+    const std::string tmp = tmpPathOf(file);
+    UniqueFd tmpFd = openTmp(tmp);
+    if (!tmpFd) return CommitResult::TmpOpenFailed;
+    // An edit that changes nothing leaves the file (and its mtime) alone. The ".tmp" is
+    // still created first, so a directory that refuses it is reported as before.
+    if (updated == original) {
+        tmpFd.close();
+        ::unlink(tmp.c_str());
+        return CommitResult::Unchanged;
+    }
+    return writeBoth(file, updated, true, false, keepTmpOnFileOpenFailure, tmpFd);
+}
+
+CommitResult writeThroughTmp(const std::string& target, std::string_view content) {
+    UniqueFd tmpFd = openTmp(tmpPathOf(target));
+    if (!tmpFd) return CommitResult::TmpOpenFailed;
+    return writeBoth(target, content, false, true, false, tmpFd);
+}
+
+bool appendToFile(const std::string& path, std::string_view text) {
+    UniqueFd fd = openRegularForWrite(path, O_CREAT | O_APPEND);
+    if (!fd) return false;
+    const bool ok = writeAll(fd.get(), text);
+    return fd.close() && ok;
+}
+
+}  // namespace orv
