@@ -170,3 +170,101 @@ expect_unchanged() {
         return 1
     fi
 }
+
+# ---- Ports: shared configuration directory, real sockets held on this machine ----
+
+# orv_setup_shared_conf: makes this host read its configuration from the shared top
+# $SHARE (ORV_CONFDIR=$SCONF=$SHARE/kernel/conf) while its local directory stays $CONF.
+# The shared services directory is $SSERVICES; the local one is $SERVICES.
+orv_setup_shared_conf() {
+    SCONF=$SHARE/kernel/conf
+    SSERVICES=$SHARE/oservice/osc/conf/services
+    mkdir -p "$SCONF" "$SSERVICES"
+    orv_write_default_conf "$SCONF"
+    ORV_CONFDIR_DIR=$SCONF
+}
+
+# Binds a port on the IPv4 wildcard address and, where IPv6 exists, on the IPv6 one
+# (v6-only, so both families are covered whichever the probe tries first).
+_ORV_PERL_BIND='
+use strict; use Socket qw(:all);
+sub bind_port {
+    my ($p, $keep) = @_;
+    socket(my $s4, AF_INET, SOCK_STREAM, 0) or return 0;
+    bind($s4, pack_sockaddr_in($p, INADDR_ANY)) or return 0;
+    listen($s4, 5) if $keep;
+    push @$keep, $s4 if $keep;
+    if (socket(my $s6, AF_INET6, SOCK_STREAM, 0)) {
+        setsockopt($s6, IPPROTO_IPV6, IPV6_V6ONLY, 1);
+        bind($s6, pack_sockaddr_in6($p, IN6ADDR_ANY)) or return 0;
+        if ($keep) { listen($s6, 5); push @$keep, $s6; }
+    }
+    return 1;
+}
+'
+
+# orv_free_base SPAN: prints a random base in 20000..49999 whose SPAN ports are all free
+# at this moment on this machine.
+orv_free_base() {
+    perl -e "$_ORV_PERL_BIND"'
+        for (1 .. 300) {
+            my $b = 20000 + int(rand(30000)); my $ok = 1;
+            for my $p ($b .. $b + $ARGV[0] - 1) { if (!bind_port($p, undef)) { $ok = 0; last } }
+            if ($ok) { print "$b\n"; exit 0 }
+        }
+        exit 1;' "$1"
+}
+
+# orv_hold_ports PORT...: keeps the ports bound by a background process until
+# orv_release_ports (call it from teardown). Fails when a port cannot be bound.
+orv_hold_ports() {
+    local ready=$BATS_TEST_TMPDIR/ports-held.$RANDOM
+    perl -e "$_ORV_PERL_BIND"'
+        my ($ready, @ports) = @ARGV; my @held;
+        for my $p (@ports) { bind_port($p, \@held) or die "cannot bind $p: $!\n" }
+        open(my $f, ">", $ready) or die; close $f;
+        sleep 300;' "$ready" "$@" 3>&- &
+    ORV_HOLDER_PIDS="${ORV_HOLDER_PIDS:-} $!"
+    local i
+    for i in $(seq 100); do
+        [ -e "$ready" ] && return 0
+        kill -0 "$!" 2>/dev/null || break
+        sleep 0.05
+    done
+    echo "could not hold ports $*" >&2
+    return 1
+}
+
+orv_release_ports() {
+    local pid
+    for pid in ${ORV_HOLDER_PIDS:-}; do
+        kill "$pid" 2>/dev/null || true
+        wait "$pid" 2>/dev/null || true
+    done
+    ORV_HOLDER_PIDS=
+}
+
+# run_orv_unprivileged ARGS...: runs orvconfig as an unprivileged user (uid 65534, also
+# mapped to $ORV_LOGIN) so that files with mode 000 really cannot be read; the fixture
+# tree is handed to that user. Without root the current user is unprivileged already.
+run_orv_unprivileged() {
+    if [ "$(id -u)" -ne 0 ]; then
+        run_orv "$@"
+        return
+    fi
+    command -v setpriv >/dev/null || skip "setpriv is not installed"
+    printf '%s:x:65534:65534:Cluster admin:/nonexistent:/bin/sh\n' "$ORV_LOGIN" >>"$T/nss/passwd"
+    chown -R 65534:65534 "$T"
+    local d=$T
+    while [ "$d" != / ]; do chmod o+x "$d"; d=$(dirname "$d"); done
+    local -a envs
+    mapfile -t envs < <(orv_env)
+    run setpriv --reuid=65534 --regid=65534 --clear-groups \
+        env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" <"${ORV_STDIN:-/dev/null}"
+}
+
+# orv_ports_free BASE SPAN: succeeds when the SPAN ports from BASE are free right now.
+orv_ports_free() {
+    perl -e "$_ORV_PERL_BIND"'
+        for my $p ($ARGV[0] .. $ARGV[0] + $ARGV[1] - 1) { bind_port($p, undef) or exit 1 }' "$1" "$2"
+}
