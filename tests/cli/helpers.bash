@@ -104,6 +104,9 @@ orv_env() {
         "NSS_WRAPPER_HOSTS=$T/nss/hosts"
         "NSS_WRAPPER_HOSTNAME=$ORV_HOSTNAME"
         "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=1"
+        # The wrapper would load libc with RTLD_DEEPBIND for lookups it passes on (a
+        # passive wildcard address), which the sanitizer runtime refuses.
+        "NSS_WRAPPER_DISABLE_DEEPBIND=1"
         "ORV_TOP=${ORV_TOP_DIR:-$TOP}"
         "ORV_CONFDIR=${ORV_CONFDIR_DIR:-$CONF}"
         "ORV_LOCAL_CONFDIR=${ORV_LOCAL_CONFDIR_DIR:-$CONF}"
@@ -267,4 +270,234 @@ run_orv_unprivileged() {
 orv_ports_free() {
     perl -e "$_ORV_PERL_BIND"'
         for my $p ($ARGV[0] .. $ARGV[0] + $ARGV[1] - 1) { bind_port($p, undef) or exit 1 }' "$1" "$2"
+}
+
+# ---- Management hosts: change scripts, layered products, shared and candidate hosts ----
+#
+# mg_setup_master lays out the master host hostA (first of ORV_MASTER_LIST) on its local
+# configuration, with the kernel's change scripts in $TOP/.install. mg_add_vos, mg_add_kirn
+# and mg_add_zt install a layered product and list it in head.conf. mg_setup_candidate HOST
+# lays out another host with its own installation top $T/top-HOST (printed in $CTOP).
+# mg_share_master puts the master onto $SHARE as a finished promotion would have, so that
+# product and demotion cases do not depend on a promotion run. $RSHARE is $SHARE resolved.
+
+# mg_write_host_conf DIR TOP LIST: the local configuration of a host installed in TOP whose
+# orv.conf names LIST as the master candidates; hostA is already in the cluster file.
+mg_write_host_conf() {
+    local d=$1 top=$2 list=$3
+    mkdir -p "$d/services/profiles"
+    cat >"$d/orv.conf" <<CONF
+# ORV kernel configuration
+ORV_MASTER_LIST="$list"
+ORV_LIM_PORT=7869
+ORV_KD_PORT=7870
+ORV_WORKDIR=$top/kernel/work
+CONF
+    cat >"$d/orv.shared" <<'SHARED'
+Begin Cluster
+ClusterName
+cluster1
+End Cluster
+SHARED
+    cat >"$d/orv.cluster.cluster1" <<'CLUSTER'
+Begin ClusterAdmins
+Administrators = orvadmin
+End ClusterAdmins
+
+Begin Host
+HOSTNAME  model    type        server r1m  mem  swp  RESOURCES    #Keywords
+hostA     !        !           1      -    -    -    (linux)
+End Host
+CLUSTER
+    cat >"$d/ResourceGroups.xml" <<'RG'
+<?xml version="1.0" encoding="UTF-8"?>
+<ResourceGroups>
+    <ResourceGroup ResourceGroupName="ManagementHosts">
+        <ResourceList>
+            <Resource>hostA</Resource>
+        </ResourceList>
+    </ResourceGroup>
+    <ResourceGroup ResourceGroupName="ComputeHosts">
+        <ResourceRequirement>select(!mg)</ResourceRequirement>
+    </ResourceGroup>
+</ResourceGroups>
+RG
+    cat >"$d/profile.orv" <<PROFILE
+ORV_TOP=$top
+ORV_CONFDIR=\$ORV_TOP/kernel/conf
+ORV_LOCAL_CONFDIR=\$ORV_TOP/kernel/conf
+ORV_OSRVDIR=\$ORV_TOP/oservice
+export ORV_TOP ORV_CONFDIR ORV_LOCAL_CONFDIR ORV_OSRVDIR
+PROFILE
+    cat >"$d/cshrc.orv" <<CSHRC
+setenv ORV_TOP $top
+setenv ORV_CONFDIR \$ORV_TOP/kernel/conf
+setenv ORV_LOCAL_CONFDIR \$ORV_TOP/kernel/conf
+setenv ORV_OSRVDIR \$ORV_TOP/oservice
+CSHRC
+    printf '<Service name="rs">\n\t<Port>7875</Port>  \n</Service>\n' >"$d/services/rs.xml"
+    printf 'PROFILE_VERSION=2\n' >"$d/services/profiles/default.conf"
+    chmod 600 "$d/services/profiles/default.conf"
+}
+
+# mg_write_kernel_install TOP: the kernel's change scripts and an empty product registry.
+mg_write_kernel_install() {
+    local i=$1/.install
+    mkdir -p "$i"
+    cat >"$i/mgconf.txt" <<'MGCONF'
+# files every management host reads from the shared directory
+file|@ORV_CONFDIR@/orv.conf|@SHARETOP@/kernel/conf/orv.conf|Y
+file|@ORV_CONFDIR@/orv.shared|@SHARETOP@/kernel/conf/orv.shared|Y
+file|@ORV_CONFDIR@/orv.cluster.@CLUSTERNAME@|@SHARETOP@/kernel/conf/orv.cluster.@CLUSTERNAME@|Y
+file|@ORV_CONFDIR@/ResourceGroups.xml|@SHARETOP@/kernel/conf/ResourceGroups.xml|Y
+directory|@ORV_CONFDIR@/services|@SHARETOP@/kernel/conf/services|Y
+MGCONF
+    cat >"$i/mgmasterupdate.txt" <<'MASTER'
+replacestring|@SHARETOP@/kernel/conf/orv.conf|ORV_WORKDIR=|ORV_WORKDIR=@SHARETOP@/kernel/work
+addline|@SHARETOP@/kernel/conf/orv.conf|ORV_SHARED_CONFDIR=|ORV_SHARED_CONFDIR=@SHARETOP@/kernel/conf
+MASTER
+    cat >"$i/mgupdate.txt" <<'UPDATE'
+replaceline|@ORV_CONFDIR@/profile.orv|ORV_CONFDIR=|ORV_CONFDIR=@SHARETOP@/kernel/conf
+replaceline|@ORV_CONFDIR@/profile.orv|ORV_OSRVDIR=|ORV_OSRVDIR=@SHARETOP@/oservice
+replaceline|@ORV_CONFDIR@/cshrc.orv|setenv ORV_CONFDIR|setenv ORV_CONFDIR @SHARETOP@/kernel/conf
+replaceline|@ORV_CONFDIR@/cshrc.orv|setenv ORV_OSRVDIR|setenv ORV_OSRVDIR @SHARETOP@/oservice
+replacestring|@ORV_CONFDIR@/orv.conf|ORV_WORKDIR=|ORV_WORKDIR=@SHARETOP@/kernel/work
+UPDATE
+    printf '# installed products: name;keyword;top directory\n' >"$i/head.conf"
+}
+
+mg_setup_master() {
+    orv_setup_tree
+    mg_write_host_conf "$CONF" "$TOP" "hostA hostB hostC"
+    mg_write_kernel_install "$TOP"
+    mkdir -p "$SHARE"
+    RSHARE=$(cd "$SHARE" && pwd -P)
+}
+
+# mg_setup_candidate HOST: another host of the cluster, installed in $CTOP with its own
+# local configuration $CCONF; the run variables are switched to it.
+mg_setup_candidate() {
+    CTOP=$T/top-$1
+    CCONF=$CTOP/kernel/conf
+    mkdir -p "$CCONF"
+    mg_write_host_conf "$CCONF" "$CTOP" "hostA hostB hostC"
+    mg_write_kernel_install "$CTOP"
+    ORV_HOSTNAME=$1
+    ORV_TOP_DIR=$CTOP
+    ORV_CONFDIR_DIR=$CCONF
+    ORV_LOCAL_CONFDIR_DIR=$CCONF
+}
+
+# mg_share_master: the state a promotion of hostA onto $SHARE leaves (shared copies of the
+# kernel's files, hostA marked mg) and the run variables of a host using $SHARE.
+mg_share_master() {
+    SCONF=$SHARE/kernel/conf
+    mkdir -p "$SCONF"
+    cp "$CONF/orv.conf" "$CONF/orv.shared" "$SCONF/"
+    sed 's/^hostA .*/hostA     !        !            1     -    -    -   (mg linux)/' \
+        "$CONF/orv.cluster.cluster1" >"$SCONF/orv.cluster.cluster1"
+    sed -e '/<ResourceList>/,/<\/ResourceList>/d' \
+        -e 's|ResourceGroupName="ManagementHosts">|&\n        <ResourceRequirement>select(mg)</ResourceRequirement>|' \
+        "$CONF/ResourceGroups.xml" >"$SCONF/ResourceGroups.xml"
+    ORV_CONFDIR_DIR=$SCONF
+}
+
+# mg_head_line TOPDIR NAME KEYWORD DIR: lists a product in head.conf of TOPDIR.
+mg_head_line() {
+    printf '%s;%s;%s\n' "$2" "$3" "$4" >>"$1/.install/head.conf"
+}
+
+# mg_add_vos [TOPDIR]: the batch product in TOPDIR/vos (default $TOP), its scripts in
+# TOPDIR/vos/.install; its vos.conf names the cluster of TOPDIR/kernel/conf.
+mg_add_vos() {
+    local top=${1:-$TOP}
+    local v=$top/vos
+    mkdir -p "$v/conf" "$v/.install"
+    printf 'VOS_TOP=%s\nVOS_ORV_ENVDIR=%s\nVOS_MASTER_LIST="hostA hostB hostC"\n' "$v" "$top/kernel/conf" \
+        >"$v/conf/vos.conf"
+    printf 'VOS_ENVDIR=$VOS_TOP/conf\nexport VOS_ENVDIR\n' >"$v/conf/profile.vos"
+    printf 'setenv VOS_ENVDIR $VOS_TOP/conf\n' >"$v/conf/cshrc.vos"
+    cat >"$v/.install/mgconf.txt" <<'MGCONF'
+file|@INSTALLDIR@/vos/conf/vos.conf|@SHARETOP@/vos/conf/vos.conf|Y
+MGCONF
+    cat >"$v/.install/mgmasterupdate.txt" <<'MASTER'
+replacestring|@SHARETOP@/vos/conf/vos.conf|VOS_ORV_ENVDIR=|VOS_ORV_ENVDIR=@SHARETOP@/kernel/conf
+MASTER
+    cat >"$v/.install/mgupdate.txt" <<'UPDATE'
+replaceline|@INSTALLDIR@/vos/conf/profile.vos|VOS_ENVDIR=|VOS_ENVDIR=@SHARETOP@/vos/conf
+replaceline|@INSTALLDIR@/vos/conf/cshrc.vos|setenv VOS_ENVDIR|setenv VOS_ENVDIR @SHARETOP@/vos/conf
+UPDATE
+    mg_head_line "$top" "VOS 10.1" vos "$v"
+}
+
+# mg_add_kirn [TOPDIR]: the middleware product in TOPDIR/kirn, whose conf directory is
+# copied whole.
+mg_add_kirn() {
+    local top=${1:-$TOP}
+    local k=$top/kirn
+    mkdir -p "$k/conf/deploy" "$k/.install"
+    printf 'KIRN_VERSION=3.2\nKIRN_CONFDIR=%s/conf\n' "$k" >"$k/conf/profile.kirn"
+    printf '<deploy mode="cluster"/>\n' >"$k/conf/deploy/cluster.xml"
+    cat >"$k/.install/mgconf.txt" <<'MGCONF'
+directory|@INSTALLDIR@/kirn/conf|@SHARETOP@/kirn/conf|Y
+MGCONF
+    : >"$k/.install/mgmasterupdate.txt"
+    cat >"$k/.install/mgupdate.txt" <<'UPDATE'
+replaceline|@INSTALLDIR@/kirn/conf/profile.kirn|KIRN_CONFDIR=|KIRN_CONFDIR=@SHARETOP@/kirn/conf
+UPDATE
+    mg_head_line "$top" "KIRN 3.2" kirn "$k"
+}
+
+# mg_add_zt [TOPDIR]: the analytics add-on with its own top $T/zt (outside the
+# installation top), listed in head.conf of TOPDIR (default $TOP).
+mg_add_zt() {
+    local z=$T/zt
+    mkdir -p "$z/conf" "$z/.install"
+    printf 'ZT_CONFDIR=%s/conf\n' "$z" >"$z/conf/profile.zt"
+    printf 'retention=30\n' >"$z/conf/zt.conf"
+    cat >"$z/.install/mgconf.txt" <<'MGCONF'
+file|@HEADTOPDIR@/conf/zt.conf|@SHARETOP@/zt/conf/zt.conf|Y
+MGCONF
+    : >"$z/.install/mgmasterupdate.txt"
+    cat >"$z/.install/mgupdate.txt" <<'UPDATE'
+replaceline|@HEADTOPDIR@/conf/profile.zt|ZT_CONFDIR=|ZT_CONFDIR=@SHARETOP@/zt/conf
+UPDATE
+    mg_head_line "${1:-$TOP}" "ZT 1.0" zt "$z"
+}
+
+# expect_no_tmp DIR: no "*.tmp" file is left anywhere under DIR.
+expect_no_tmp() {
+    local left
+    left=$(find "$1" -name '*.tmp')
+    [ -z "$left" ] || { echo "--- left behind: $left" >&2; return 1; }
+}
+
+# expect_tree DIR: the relative paths of the files under DIR, sorted, equal stdin.
+expect_tree() {
+    local now
+    now=$(cd "$1" && find . -type f | LC_ALL=C sort)
+    if [ "$now" != "$(cat)" ]; then
+        echo "--- files under $1: $now" >&2
+        return 1
+    fi
+}
+
+# mg_setup_demote: hostB was promoted after the master: the shared cluster file lists
+# hostA, hostB and hostC as management hosts, and hostB's environment scripts and orv.conf
+# point at $SHARE. The run variables are hostB's on the shared directory; $RCTOP is its
+# installation top resolved.
+mg_setup_demote() {
+    mg_setup_master
+    mg_share_master
+    mg_setup_candidate hostB
+    RCTOP=$(cd "$CTOP" && pwd -P)
+    local line='!        !            1     -    -    -   '
+    sed -i "/^End Host/i hostB     $line(linux mg)\nhostC     $line(linux mg)" \
+        "$SCONF/orv.cluster.cluster1"
+    sed -i -e "s|^ORV_CONFDIR=.*|ORV_CONFDIR=$SHARE/kernel/conf|" \
+        -e "s|^ORV_OSRVDIR=.*|ORV_OSRVDIR=$SHARE/oservice|" "$CCONF/profile.orv"
+    sed -i -e "s|^setenv ORV_CONFDIR .*|setenv ORV_CONFDIR $SHARE/kernel/conf|" \
+        -e "s|^setenv ORV_OSRVDIR .*|setenv ORV_OSRVDIR $SHARE/oservice|" "$CCONF/cshrc.orv"
+    sed -i "s|^ORV_WORKDIR=.*|ORV_WORKDIR=$SHARE/kernel/work|" "$CCONF/orv.conf"
+    ORV_CONFDIR_DIR=$SCONF
 }

@@ -100,7 +100,7 @@ EOF
     run_orv hovhdfsport show
     [ "$status" -eq 255 ]
     expect_output <<EOF
-Cannot open file $SERVICES/namenode.xml.
+Cannot open file $CONF/../../oservice/osc/conf/services/namenode.xml.
 $CANNOT_GET
 Command failed.
 EOF
@@ -112,7 +112,7 @@ EOF
     run_orv_unprivileged hovhdfsport show
     [ "$status" -eq 255 ]
     expect_output <<EOF
-Cannot open file $SERVICES/namenode.xml.
+Cannot open file $CONF/../../oservice/osc/conf/services/namenode.xml.
 $CANNOT_GET
 Command failed.
 EOF
@@ -233,7 +233,7 @@ EOF
     run_orv hovhdfsport set "$p"
     [ "$status" -eq 0 ]
     expect_output <<EOF
-Cannot open file $SSERVICES/secondarynode.xml.
+Cannot open file $SCONF/../../oservice/osc/conf/services/secondarynode.xml.
 Set HOV_HDFS_PORT in $p failed.
 $(changed "$p")
 EOF
@@ -245,9 +245,9 @@ EOF
     run_orv hovhdfsport set "$q"
     [ "$status" -eq 255 ]
     expect_output <<EOF
-Cannot open file $SSERVICES/secondarynode.xml.
+Cannot open file $SCONF/../../oservice/osc/conf/services/secondarynode.xml.
 Set HOV_HDFS_PORT in $q failed.
-Cannot open file $SERVICES/datanode.xml.
+Cannot open file $CONF/../../oservice/osc/conf/services/datanode.xml.
 Set HOV_HDFS_PORT in $q failed.
 Command failed.
 Command failed.
