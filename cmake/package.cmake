@@ -17,15 +17,15 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "orvconfig maintainers <orvconfig@example.org>")
 set(CPACK_DEBIAN_PACKAGE_SECTION "admin")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY "optional")
-# The Description field: the summary line, then the extended text (each line of it
-# begins with a blank in the control file; CPack adds the blanks).
+# The Description field: the summary line above, then this extended text (CPack indents
+# each of its lines by one blank in the control file).
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-    "Configure one host of an ORV compute cluster by editing its configuration files
-orvconfig is the command with which a cluster administrator configures the host
-it runs on: the ordered list of master candidates, joining a cluster or creating
-one, moving the host onto the shared configuration directory and back, the
-communication ports, the HDFS service port and the host's resource attribute tags.
-It only rewrites the configuration files on disk and never contacts a daemon.")
+    "orvconfig is the command with which a cluster administrator configures the
+host it runs on: the ordered list of master candidates, joining a cluster or
+creating one, moving the host onto the shared configuration directory and back,
+the communication ports, the HDFS service port and the host's resource
+attribute tags. It only rewrites the configuration files on disk and never
+contacts a daemon.")
 # Depends is computed from the binary's shared libraries (needs dpkg-shlibdeps of
 # dpkg-dev, and file).
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
