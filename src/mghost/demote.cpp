@@ -1,0 +1,201 @@
+// The unsetmghost subcommand: a management host that is not the master leaves the cluster
+// file and the master list of the shared directory, and its environment scripts and local
+// orv.conf are pointed back at its local configuration directory.
+#include "mghost/demote.hpp"
+
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/messages.hpp"
+#include "cluster/cluster_file.hpp"
+#include "context/cluster_identity.hpp"
+#include "context/environment.hpp"
+#include "hosts/host_identity.hpp"
+#include "hosts/master_list.hpp"
+#include "text/line_reader.hpp"
+#include "text/rewrite.hpp"
+
+namespace orv {
+
+namespace {
+
+constexpr const char* kDemotePrompt =
+    "The host will use configuration files on a local directory, instead of a shared "
+    "directory.  Do you want to continue? [y/n]";
+constexpr const char* kDemotedMessage =
+    "The host will use configuration files on a local directory. You must reset your "
+    "environment before you can run any more ORV commands. Source the environment "
+    "%s/cshrc.tolvane or %s/profile.tolvane again.";
+
+// One line edit of the demotion: the line holding `key` in `file` becomes `value`. A
+// failure is reported as "Set <reportKey> in <reportFile> failed."; the report keys of the
+// batch and ORV_WORKDIR rows are not the keys edited, and scripts reading this output
+// depend on those texts.
+struct Edit {
+    std::string file, key, value;
+    const char* reportKey;
+    const char* reportFile;
+};
+
+// The directories the demotion works with.
+struct DemoteDirs {
+    std::string shared;     // S: the configuration directory in use
+    std::string local;      // L: the local configuration directory
+    std::string localTop;   // T: two levels above L, resolved ("" when it cannot be)
+    std::string localParent;// P: L without its last component
+};
+
+std::string resolvedPath(const std::string& path) {
+    std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
+                                                     &std::free);
+    return real ? std::string(real.get()) : std::string();
+}
+
+std::string parentOf(const std::string& path) {
+    std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(0, slash);
+}
+
+// The new master list: one step per entry, counted in a signed 8-bit counter as the
+// list format always has been. The walk stops advancing at this host, so later entries
+// are dropped and each remaining step adds a lone ",". A list of more than 127 entries
+// makes the step count wrap, and the list written is then shorter or empty.
+std::string rebuildMasterList(const std::vector<std::string>& list, const std::string& host) {
+    std::string result;
+    const auto steps = static_cast<std::int8_t>(list.size());
+    std::size_t entry = 0;
+    for (std::int8_t step = 0; step < steps; ++step) {
+        if (!result.empty()) result += ",";
+        if (compareHost(list[entry], host) != 1) result += list[entry++];
+    }
+    return result;
+}
+
+void appendVosEdits(const std::string& shared, std::vector<Edit>& edits) {
+    const char* vosEnvDir = getVosEnvDir();
+    if (checkVosCluster(shared.c_str(), vosEnvDir) != 0) return;
+    std::optional<std::string> vosTop =
+        getConfByKey("VOS_TOP", std::string(vosEnvDir) + "/" + "vos.conf");
+    if (!vosTop) return;
+    std::string cshrc = *vosTop + "/conf/cshrc.vos";
+    std::string profile = *vosTop + "/conf/profile.vos";
+    if (pathExists(cshrc)) {
+        edits.push_back({cshrc, "setenv VOS_ENVDIR", "setenv VOS_ENVDIR $VOS_TOP/conf",
+                         "ORV_CONFDIR", "cshrc.vos"});
+    }
+    if (pathExists(profile)) {
+        edits.push_back({profile, "VOS_ENVDIR=", "VOS_ENVDIR=$VOS_TOP/conf", "ORV_CONFDIR",
+                         "profile.vos"});
+    }
+}
+
+void appendPerfEdits(const std::string& top, std::vector<Edit>& edits) {
+    std::string cshrc = top + "/perf/conf/cshrc.perf";
+    std::string profile = top + "/perf/conf/profile.perf";
+    if (pathExists(cshrc)) {
+        edits.push_back({cshrc, "setenv PERF_CONFDIR", "setenv PERF_CONFDIR " + top + "/perf/conf",
+                         "PERF_CONFDIR", "cshrc.perf"});
+        edits.push_back({cshrc, "setenv PERF_WORKDIR", "setenv PERF_WORKDIR " + top + "/perf/work",
+                         "PERF_WORKDIR", "cshrc.perf"});
+    }
+    if (pathExists(profile)) {
+        edits.push_back({profile, "PERF_CONFDIR=", "PERF_CONFDIR=" + top + "/perf/conf",
+                         "PERF_CONFDIR", "profile.perf"});
+        edits.push_back({profile, "PERF_WORKDIR=", "PERF_WORKDIR=" + top + "/perf/work",
+                         "PERF_WORKDIR", "profile.perf"});
+    }
+}
+
+// The edits between the two master-list rows, in the order they are made.
+std::vector<Edit> environmentEdits(const DemoteDirs& d) {
+    std::string cshrc = d.local + "/cshrc.orv";
+    std::string profile = d.local + "/profile.orv";
+    std::vector<Edit> edits = {
+        {cshrc, "setenv ORV_CONFDIR", "setenv ORV_CONFDIR $ORV_TOP/kernel/conf", "ORV_CONFDIR",
+         "cshrc.orv"},
+        {cshrc, "setenv ORV_OSRVDIR", "setenv ORV_OSRVDIR $ORV_TOP/oservice", "ORV_OSRVDIR",
+         "cshrc.orv"},
+        {profile, "ORV_CONFDIR=", "ORV_CONFDIR=$ORV_TOP/kernel/conf", "ORV_CONFDIR",
+         "profile.orv"},
+        {profile, "ORV_OSRVDIR=", "ORV_OSRVDIR=$ORV_TOP/oservice", "ORV_OSRVDIR", "profile.orv"},
+    };
+    appendVosEdits(d.shared, edits);
+    appendPerfEdits(d.localTop, edits);
+    edits.push_back({d.local + "/orv.conf", "ORV_WORKDIR=", "ORV_WORKDIR=" + d.localParent + "/work",
+                     "ORV_OSRVDIR", "orv.conf"});
+    return edits;
+}
+
+int applyEdits(const std::vector<Edit>& edits) {
+    for (const Edit& e : edits) {
+        if (replaceString(e.file, e.key, e.value) == -1) {
+            alertI18nWithTwoParameters("Set %s in %s failed.", e.reportKey, e.reportFile);
+            return -1;
+        }
+    }
+    return 1;
+}
+
+// Edits the files; the master-list rows never fail the demotion.
+int rewriteFiles(const DemoteDirs& d, const std::string& masterList) {
+    std::string line = "ORV_MASTER_LIST=" + masterList;
+    replaceString(d.shared + "/orv.conf", "ORV_MASTER_LIST", line);
+    if (applyEdits(environmentEdits(d)) == -1) return -1;
+    replaceString(d.local + "/orv.conf", "ORV_MASTER_LIST", line);
+    return 1;
+}
+
+// Steps up to the administrator check; false after the failing step's message.
+bool resolveDirectories(const char* pname, DemoteDirs& d) {
+    const char* shared = getOrvConfDir();
+    if (shared == nullptr || checkDirectory(shared) != 1) return false;
+    d.shared = shared;
+    if (getOrvDirFromBinary(pname, d.local) == -1) return false;
+    d.localTop = resolvedPath(d.local + "/../../");
+    d.localParent = parentOf(d.local);
+    return checkDirectory(d.local) == 1;
+}
+
+bool mayDemote(const DemoteDirs& d) {
+    std::string user;
+    if (getCurrentUser(user) < 0) return false;
+    std::optional<std::string> cluster = getClusterName(d.shared);
+    if (!cluster) {
+        alertI18n(kNoClusterNameMessage);
+        return false;
+    }
+    std::string clusterFile = "orv.cluster." + *cluster;
+    if (checkExecuteUser(d.shared.c_str(), clusterFile.c_str(), user) == -1) return false;
+    if (checkMaster(d.shared, 1) == 1) {
+        alertI18n("You cannot run this command on the master host.");
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int orvconfig_removeshare(const char* pname) {
+    DemoteDirs dirs;
+    if (!resolveDirectories(pname, dirs) || !mayDemote(dirs)) return -1;
+    std::string host = thisHostName();
+    std::vector<std::string> list;
+    if (getMasterListFromConf(dirs.shared, list, 1) < 0) return -1;
+    if (silent == 0 && askYesNo(kDemotePrompt) == 'n') {
+        alertI18n("No changes. This host uses a shared configuration directory.");
+        return -2;
+    }
+    if (removeCluster(dirs.shared, host) < 0) return -1;
+    std::string masterList;
+    convertMasterListFormat(rebuildMasterList(list, host), masterList);
+    if (rewriteFiles(dirs, masterList) == -1) return -1;
+    alertI18nWithTwoParameters(kDemotedMessage, dirs.localTop, dirs.localTop);
+    return 1;
+}
+
+}  // namespace orv
