@@ -1,0 +1,148 @@
+#!/bin/bash
+# Builds orvconfig and walks through it on a sandbox cluster under ./sandbox. Each step
+# prints the command, its output and exit status, and what it changed in the sandbox.
+#
+# One machine plays every host: the host name, the resolver's hosts and the login name
+# are simulated with nss_wrapper, so the binary runs unmodified.
+#
+#   KEEP_SANDBOX=1 ./scripts/demo.sh   keeps ./sandbox and prints the line that runs
+#                                      orvconfig by hand inside it.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+ROOT=$PWD
+
+./scripts/bootstrap.sh
+
+BUILD=$ROOT/build-demo
+cmake -S . -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORV_SANITIZE=OFF -DORV_TESTS=OFF \
+    >/dev/null
+cmake --build "$BUILD" -j2 --target orvconfig >/dev/null
+BIN=$BUILD/orvconfig
+
+NSS_WRAPPER_LIB=$(for d in /usr/lib/x86_64-linux-gnu /usr/lib64 /usr/lib; do
+    [ -e "$d/libnss_wrapper.so" ] && echo "$d/libnss_wrapper.so" && break; done)
+[ -n "$NSS_WRAPPER_LIB" ] || { echo "demo: libnss_wrapper.so not found" >&2; exit 1; }
+
+# --- the sandbox --------------------------------------------------------------------------
+#   sandbox/nss                       passwd, group, hosts for nss_wrapper
+#   sandbox/share                     the shared top (filled by mghost)
+#   sandbox/<host>/top                ORV_TOP of each simulated host
+#   sandbox/<host>/top/kernel/conf    its local configuration directory
+SANDBOX=$ROOT/sandbox
+HOSTS="hostA hostB hostC"
+LOGIN=orvadmin
+
+write_nss() {
+    mkdir -p "$SANDBOX/nss"
+    printf '%s:x:%s:%s:Cluster admin:/nonexistent:/bin/sh\n' "$LOGIN" "$(id -u)" "$(id -g)" \
+        >"$SANDBOX/nss/passwd"
+    printf 'orvgrp:x:%s:\n' "$(id -g)" >"$SANDBOX/nss/group"
+    cat >"$SANDBOX/nss/hosts" <<'HOSTS'
+127.0.0.1 localhost
+10.0.0.1 hostA.lab.local hostA
+10.0.0.2 hostB.lab.local hostB
+10.0.0.3 hostC.lab.local hostC
+HOSTS
+}
+
+write_host_conf() {
+    local conf=$SANDBOX/$1/top/kernel/conf
+    mkdir -p "$conf"
+    cat >"$conf/orv.conf" <<'CONF'
+# ORV kernel configuration
+ORV_MASTER_LIST="@ORV_MASTER_LIST@"
+ORV_LIM_PORT=7869
+ORV_KD_PORT=7870
+ORV_PEM_PORT=7871
+ORV_GET_CONF=lim
+CONF
+    cat >"$conf/orv.shared" <<'SHARED'
+Begin Cluster
+ClusterName
+cluster1
+End Cluster
+SHARED
+    cat >"$conf/orv.cluster.cluster1" <<'CLUSTER'
+Begin ClusterAdmins
+Administrators = orvadmin
+End ClusterAdmins
+
+Begin Host
+HOSTNAME  model    type        server r1m  mem  swp  RESOURCES    #Keywords
+End Host
+CLUSTER
+}
+
+make_sandbox() {
+    rm -rf "$SANDBOX"
+    mkdir -p "$SANDBOX/share"
+    write_nss
+    local h
+    for h in $HOSTS; do write_host_conf "$h"; done
+}
+
+# --- running a step ---------------------------------------------------------------------
+# The simulated host of the next steps, and its configuration directory in use (its local
+# one unless a step moved it onto the shared directory).
+AS_HOST=hostA
+CONFDIR=
+
+as_host() {
+    AS_HOST=$1
+    CONFDIR=${2:-$SANDBOX/$1/top/kernel/conf}
+}
+
+host_env() {
+    printf '%s\n' \
+        "LD_PRELOAD=$NSS_WRAPPER_LIB" \
+        "NSS_WRAPPER_PASSWD=$SANDBOX/nss/passwd" \
+        "NSS_WRAPPER_GROUP=$SANDBOX/nss/group" \
+        "NSS_WRAPPER_HOSTS=$SANDBOX/nss/hosts" \
+        "NSS_WRAPPER_HOSTNAME=$AS_HOST" \
+        "ORV_TOP=$SANDBOX/$AS_HOST/top" \
+        "ORV_CONFDIR=${CONFDIR:-$SANDBOX/$AS_HOST/top/kernel/conf}" \
+        "ORV_LOCAL_CONFDIR=$SANDBOX/$AS_HOST/top/kernel/conf"
+}
+
+BOLD= PLAIN=
+if [ -t 1 ]; then BOLD=$'\033[1m' PLAIN=$'\033[0m'; fi
+
+BEFORE=$(mktemp -d)
+trap 'rm -rf "$BEFORE"' EXIT
+
+# step ARGS...: runs orvconfig ARGS on the current host (standard input from $STEP_INPUT
+# when set, else empty), then shows its output, its exit status and the sandbox diff.
+step() {
+    local -a envs
+    mapfile -t envs < <(host_env)
+    printf '\n%s[%s]$ orvconfig %s%s\n' "$BOLD" "$AS_HOST" "$*" "$PLAIN"
+    rm -rf "$BEFORE/sandbox"
+    cp -a "$SANDBOX" "$BEFORE/sandbox"
+    local status=0
+    env -i PATH="$PATH" "${envs[@]}" "$BIN" "$@" <"${STEP_INPUT:-/dev/null}" 2>&1 || status=$?
+    printf -- '-> exit status %d\n' "$status"
+    if ! (cd "$BEFORE" && diff -ru sandbox "$SANDBOX" >"$BEFORE/diff"); then
+        echo "-> changes in the sandbox:"
+        sed "s|$SANDBOX|sandbox|g" "$BEFORE/diff"
+    else
+        echo "-> no file changed"
+    fi
+}
+
+# --- the walk-through ---------------------------------------------------------------------
+make_sandbox
+as_host hostA
+
+step -h
+step -V
+step join
+
+if [ "${KEEP_SANDBOX:-0}" = 1 ]; then
+    echo
+    echo "The sandbox is kept in $SANDBOX. To run orvconfig as $AS_HOST inside it:"
+    printf 'env'
+    host_env | while read -r kv; do printf ' %q' "$kv"; done
+    printf ' %q <arguments>\n' "$BIN"
+else
+    rm -rf "$SANDBOX"
+fi
