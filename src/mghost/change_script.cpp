@@ -51,7 +51,7 @@ std::string copyPath(const std::string& dir, std::size_t index) {
 
 // Owns a file descriptor.
 class Fd {
-public:
+  public:
     explicit Fd(int fd) : fd_(fd) {}
     ~Fd() {
         if (fd_ >= 0) close(fd_);
@@ -65,7 +65,7 @@ public:
         return close(fd) == 0;
     }
 
-private:
+  private:
     int fd_;
 };
 
@@ -79,11 +79,13 @@ bool writeAll(int fd, std::string_view data) {
     return true;
 }
 
-// Writes the substituted copy of a script beside it. A link planted at the copy's path is
-// never followed. A copy that cannot be created is passed over silently (running it then
+// Writes the substituted copy of a script beside it. Whatever stands at the copy's name is
+// removed first, so that a link planted there is neither written through nor later run as
+// the script. A copy that cannot be created is passed over silently (running it then
 // reports it); one that cannot be written completely is removed, so that half a script is
 // never run.
 void writeScriptCopy(const std::string& path, std::string_view text) {
+    unlink(path.c_str());
     Fd fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666));
     if (fd.get() < 0) return;
     const bool written = writeAll(fd.get(), text);
@@ -97,8 +99,7 @@ void writeScriptCopy(const std::string& path, std::string_view text) {
 void replaceEachOnce(std::string& line, std::string_view token, std::string_view value) {
     std::string out;
     std::size_t from = 0;
-    for (std::size_t at = line.find(token); at != std::string::npos;
-         at = line.find(token, from)) {
+    for (std::size_t at = line.find(token); at != std::string::npos; at = line.find(token, from)) {
         out.append(line, from, at - from);
         out += value;
         from = at + token.size();
@@ -125,10 +126,12 @@ void expandToken(std::string& line, std::string_view token, std::string_view val
 
 // The values that the placeholders of one product's scripts stand for.
 class Placeholders {
-public:
+  public:
     Placeholders(const std::string& installTop, const std::string& shareTop,
                  const std::string& clusterName, const std::string& headTop)
-        : installTop_(installTop), shareTop_(shareTop), clusterName_(clusterName),
+        : installTop_(installTop),
+          shareTop_(shareTop),
+          clusterName_(clusterName),
           headTop_(headTop) {}
 
     void expand(std::string& line) {
@@ -141,7 +144,7 @@ public:
         if (const std::string* confDir = orvConfDir()) expandToken(line, "@ORV_CONFDIR@", *confDir);
     }
 
-private:
+  private:
     // The configuration directory in use before the change, asked for only when a line
     // needs it (asking reports an unset variable once).
     const std::string* orvConfDir() {

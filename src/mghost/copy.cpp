@@ -25,7 +25,7 @@ namespace {
 
 // Owns an open directory stream; closed on every way out of the walk.
 class DirHandle {
-public:
+  public:
     explicit DirHandle(const std::string& path) : dir_(opendir(path.c_str())) {}
     ~DirHandle() {
         if (dir_ != nullptr) closedir(dir_);
@@ -41,7 +41,7 @@ public:
         return true;
     }
 
-private:
+  private:
     DIR* dir_;
 };
 
@@ -140,8 +140,8 @@ int copyTreeDir(const std::string& source, const std::string& target, const stru
     return copyTree(source, target, overwrite, ancestors);
 }
 
-int copyTreeEntry(const std::string& source, const std::string& target,
-                  const std::string& name, int overwrite, std::vector<DirId>& ancestors) {
+int copyTreeEntry(const std::string& source, const std::string& target, const std::string& name,
+                  int overwrite, std::vector<DirId>& ancestors) {
     const std::string from = joinPath(source, name);
     const std::string to = joinPath(target, name);
     struct stat st {};

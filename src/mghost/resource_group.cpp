@@ -47,9 +47,8 @@ struct GroupEdit {
 
 int updateResourceGroup(const std::string& path) {
     GroupEdit edit;
-    switch (rewriteLines(path, [&edit](const std::string& line, std::string& out) {
-        edit(line, out);
-    })) {
+    switch (rewriteLines(path,
+                         [&edit](const std::string& line, std::string& out) { edit(line, out); })) {
         case RewriteStatus::Ok:
             return 1;
         case RewriteStatus::ReadFailed:
