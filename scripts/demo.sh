@@ -129,13 +129,80 @@ step() {
     fi
 }
 
+# --- management hosts ---------------------------------------------------------------------
+# Each host's installation carries the kernel's change scripts in top/.install (what
+# "mghost" copies to and edits on the shared top) and its environment scripts.
+write_kernel_install() {
+    local top=$SANDBOX/$1/top
+    local conf=$top/kernel/conf
+    mkdir -p "$top/.install"
+    cat >"$top/.install/mgconf.txt" <<'MGCONF'
+file|@ORV_CONFDIR@/orv.conf|@SHARETOP@/kernel/conf/orv.conf|Y
+file|@ORV_CONFDIR@/orv.shared|@SHARETOP@/kernel/conf/orv.shared|Y
+file|@ORV_CONFDIR@/orv.cluster.@CLUSTERNAME@|@SHARETOP@/kernel/conf/orv.cluster.@CLUSTERNAME@|Y
+file|@ORV_CONFDIR@/ResourceGroups.xml|@SHARETOP@/kernel/conf/ResourceGroups.xml|Y
+MGCONF
+    cat >"$top/.install/mgmasterupdate.txt" <<'MASTER'
+addline|@SHARETOP@/kernel/conf/orv.conf|ORV_SHARED_CONFDIR=|ORV_SHARED_CONFDIR=@SHARETOP@/kernel/conf
+MASTER
+    cat >"$top/.install/mgupdate.txt" <<'UPDATE'
+replaceline|@ORV_CONFDIR@/profile.orv|ORV_CONFDIR=|ORV_CONFDIR=@SHARETOP@/kernel/conf
+replaceline|@ORV_CONFDIR@/cshrc.orv|setenv ORV_CONFDIR|setenv ORV_CONFDIR @SHARETOP@/kernel/conf
+UPDATE
+    printf '# installed products: name;keyword;top directory\n' >"$top/.install/head.conf"
+    printf 'ORV_CONFDIR=$ORV_TOP/kernel/conf\nORV_OSRVDIR=$ORV_TOP/oservice\n' >"$conf/profile.orv"
+    printf 'setenv ORV_CONFDIR $ORV_TOP/kernel/conf\nsetenv ORV_OSRVDIR $ORV_TOP/oservice\n' \
+        >"$conf/cshrc.orv"
+    [ -e "$conf/ResourceGroups.xml" ] || cat >"$conf/ResourceGroups.xml" <<'RG'
+<?xml version="1.0" encoding="UTF-8"?>
+<ResourceGroups>
+    <ResourceGroup ResourceGroupName="ManagementHosts">
+        <ResourceList>
+        </ResourceList>
+    </ResourceGroup>
+</ResourceGroups>
+RG
+}
+
+# install_vos HOST: the batch product in top/vos, with its own change scripts, listed in
+# head.conf so that "mghost vos" finds it.
+install_vos() {
+    local top=$SANDBOX/$1/top
+    mkdir -p "$top/vos/conf" "$top/vos/.install"
+    printf 'VOS_TOP=%s/vos\nVOS_ORV_ENVDIR=%s/kernel/conf\n' "$top" "$top" >"$top/vos/conf/vos.conf"
+    printf 'VOS_ENVDIR=$VOS_TOP/conf\n' >"$top/vos/conf/profile.vos"
+    echo 'file|@INSTALLDIR@/vos/conf/vos.conf|@SHARETOP@/vos/conf/vos.conf|Y' \
+        >"$top/vos/.install/mgconf.txt"
+    echo 'replacestring|@SHARETOP@/vos/conf/vos.conf|VOS_ORV_ENVDIR=|VOS_ORV_ENVDIR=@SHARETOP@/kernel/conf' \
+        >"$top/vos/.install/mgmasterupdate.txt"
+    echo 'replaceline|@INSTALLDIR@/vos/conf/profile.vos|VOS_ENVDIR=|VOS_ENVDIR=@SHARETOP@/vos/conf' \
+        >"$top/vos/.install/mgupdate.txt"
+    printf 'VOS 10.1;vos;%s/vos\n' "$top" >>"$top/.install/head.conf"
+}
+
 # --- the walk-through ---------------------------------------------------------------------
 make_sandbox
+for h in $HOSTS; do write_kernel_install "$h"; done
 as_host hostA
 
 step -h
 step -V
 step join
+
+# The master of a new cluster fills the shared top and moves onto it; a second host
+# follows as a candidate; then the batch product, installed afterwards, is moved too.
+step join hostA -f
+step mghost "$SANDBOX/share" -f
+as_host hostB
+step mghost "$SANDBOX/share" -f
+as_host hostA "$SANDBOX/share/kernel/conf"
+install_vos hostA
+step mghost vos -f
+
+# The candidate goes back to its local configuration directory.
+as_host hostB "$SANDBOX/share/kernel/conf"
+step unsetmghost -f
+as_host hostA "$SANDBOX/share/kernel/conf"
 
 if [ "${KEEP_SANDBOX:-0}" = 1 ]; then
     echo
