@@ -84,19 +84,13 @@ void namesOfKeyLine(const std::string& line, std::vector<std::string>& list) {
     tokenize(value, list, " ");
 }
 
-// Restores a recorded mode; a record that was never filled is never applied.
-void restoreMode(const std::string& dir, const std::string& file, const FILEINFO& info) {
-    if (info.recorded) {
-        setFileInfo(dir, file, info);
-    }
-}
-
 // The cluster file's mode is restored only when "<dir>\<file>" exists: a backslash path
 // that never exists on this system, so in practice the cluster file keeps its own mode.
+// (setFileInfo never applies a record that was not filled.)
 void restoreClusterFileMode(const std::string& dir, const std::string& clusterFile,
                             const FILEINFO& info) {
     if (pathExists(dir + "\\" + clusterFile)) {
-        restoreMode(dir, clusterFile, info);
+        setFileInfo(dir, clusterFile, info);
     }
 }
 
@@ -212,7 +206,7 @@ void mirrorIntoVosConf(const std::string& vosEnvDir, const std::string& newList,
         return;
     }
     if (replaceString(vosConf, kVosMasterListKey, storedLine(kVosMasterListKey, newList)) < 0) {
-        restoreMode(vosEnvDir, "vos.conf", modes.vosConf);
+        setFileInfo(vosEnvDir, "vos.conf", modes.vosConf);
     }
 }
 
@@ -337,7 +331,7 @@ int orvconfig_setmasterlist(const std::string& masterlist) {
     bool root = isRootPrefixed(user);
     if (replaceMasterList(confDir, confDir + "/orv.conf", masterlist) == -1) {
         if (root) {
-            restoreMode(confDir, "orv.conf", modes.orvConf);
+            setFileInfo(confDir, "orv.conf", modes.orvConf);
             restoreClusterFileMode(confDir, *clusterFile, modes.clusterFile);
         }
         return -1;
@@ -347,10 +341,10 @@ int orvconfig_setmasterlist(const std::string& masterlist) {
     }
     mirrorIntoVosConf(vosEnvDir, masterlist, modes);
     if (root) {
-        restoreMode(confDir, "orv.conf", modes.orvConf);
+        setFileInfo(confDir, "orv.conf", modes.orvConf);
         restoreClusterFileMode(confDir, *clusterFile, modes.clusterFile);
         if (pathExists(std::string(vosEnvDir) + "/vos.conf")) {
-            restoreMode(vosEnvDir, "vos.conf", modes.vosConf);
+            setFileInfo(vosEnvDir, "vos.conf", modes.vosConf);
         }
     }
     return 1;
