@@ -34,11 +34,13 @@ constexpr const char* kBasePortChanged =
     "Communication ports have been changed. The new base port is %s.";
 
 // The settings that live as element text in XML profiles; every other key is a key line.
-constexpr std::array<std::string_view, 7> kXmlKeys = {
-    "OSC_PORT",     "SD_SDK_PORT",
-    "SD_ADMIN_PORT", "REPOSITORY_SERVICE_PORT",
-    "HOV_HDFS_PORT", "HOV_MRSS_SHUFFLE_CLIENT_PORT",
-    "HOV_MRSS_SHUFFLE_DATA_WRITE_PORT"};
+constexpr std::array<std::string_view, 7> kXmlKeys = {"OSC_PORT",
+                                                      "SD_SDK_PORT",
+                                                      "SD_ADMIN_PORT",
+                                                      "REPOSITORY_SERVICE_PORT",
+                                                      "HOV_HDFS_PORT",
+                                                      "HOV_MRSS_SHUFFLE_CLIENT_PORT",
+                                                      "HOV_MRSS_SHUFFLE_DATA_WRITE_PORT"};
 
 constexpr int kLowestPort = 1025;
 constexpr int kHighestPort = 65535;
@@ -248,8 +250,8 @@ std::string servicesDirOf(const std::string& confDir) {
 
 int chgPorts(const std::string& file, const std::string& key, const std::string& value) {
     const std::string line = key + "=" + value;
-    const int rc = isXmlKey(key) ? replaceValueInXML(file, key, value)
-                                 : replaceString(file, key, line);
+    const int rc =
+        isXmlKey(key) ? replaceValueInXML(file, key, value) : replaceString(file, key, line);
     if (rc == -1) {
         alertI18nWithTwoParameters(kSetFailed, key, value);
         return -1;

@@ -106,7 +106,8 @@ TEST(PortsText, DigitsAndValues) {
     for (const char* text : {"7a69", "-5", "+5", " 5", "5 ", "1e3"}) {
         EXPECT_FALSE(isAllDigits(text)) << text;
     }
-    EXPECT_FALSE(isAllDigits(std::string("1\0" "2", 3)));
+    const std::string withNul("1\0002", 3);
+    EXPECT_FALSE(isAllDigits(withNul));
     EXPECT_EQ(portTextToInt(""), 0);
     EXPECT_EQ(portTextToInt("  -12x"), -12);
     EXPECT_EQ(portTextToInt("+0001025"), 1025);
