@@ -44,15 +44,14 @@ struct Edit {
 
 // The directories the demotion works with.
 struct DemoteDirs {
-    std::string shared;     // S: the configuration directory in use
-    std::string local;      // L: the local configuration directory
-    std::string localTop;   // T: two levels above L, resolved ("" when it cannot be)
-    std::string localParent;// P: L without its last component
+    std::string shared;       // S: the configuration directory in use
+    std::string local;        // L: the local configuration directory
+    std::string localTop;     // T: two levels above L, resolved ("" when it cannot be)
+    std::string localParent;  // P: L without its last component
 };
 
 std::string resolvedPath(const std::string& path) {
-    std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
-                                                     &std::free);
+    std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
     return real ? std::string(real.get()) : std::string();
 }
 
@@ -89,8 +88,8 @@ void appendVosEdits(const std::string& shared, std::vector<Edit>& edits) {
                          "ORV_CONFDIR", "cshrc.vos"});
     }
     if (pathExists(profile)) {
-        edits.push_back({profile, "VOS_ENVDIR=", "VOS_ENVDIR=$VOS_TOP/conf", "ORV_CONFDIR",
-                         "profile.vos"});
+        edits.push_back(
+            {profile, "VOS_ENVDIR=", "VOS_ENVDIR=$VOS_TOP/conf", "ORV_CONFDIR", "profile.vos"});
     }
 }
 
@@ -120,14 +119,13 @@ std::vector<Edit> environmentEdits(const DemoteDirs& d) {
          "cshrc.orv"},
         {cshrc, "setenv ORV_OSRVDIR", "setenv ORV_OSRVDIR $ORV_TOP/oservice", "ORV_OSRVDIR",
          "cshrc.orv"},
-        {profile, "ORV_CONFDIR=", "ORV_CONFDIR=$ORV_TOP/kernel/conf", "ORV_CONFDIR",
-         "profile.orv"},
+        {profile, "ORV_CONFDIR=", "ORV_CONFDIR=$ORV_TOP/kernel/conf", "ORV_CONFDIR", "profile.orv"},
         {profile, "ORV_OSRVDIR=", "ORV_OSRVDIR=$ORV_TOP/oservice", "ORV_OSRVDIR", "profile.orv"},
     };
     appendVosEdits(d.shared, edits);
     appendPerfEdits(d.localTop, edits);
-    edits.push_back({d.local + "/orv.conf", "ORV_WORKDIR=", "ORV_WORKDIR=" + d.localParent + "/work",
-                     "ORV_OSRVDIR", "orv.conf"});
+    edits.push_back({d.local + "/orv.conf", "ORV_WORKDIR=",
+                     "ORV_WORKDIR=" + d.localParent + "/work", "ORV_OSRVDIR", "orv.conf"});
     return edits;
 }
 

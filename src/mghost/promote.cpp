@@ -38,7 +38,9 @@ constexpr const char* kNoSharedDirMessage =
 constexpr const char* kAbsolutePathMessage =
     " You must input the absolute path to the shared directory. ";
 
-std::string confDirOf(const std::string& top) { return top + "/kernel/conf"; }
+std::string confDirOf(const std::string& top) {
+    return top + "/kernel/conf";
+}
 
 void printResetMessage(const std::string& sharedConfDir, const std::string& installTop) {
     alertI18nWithThreeParameters(kResetMessage, sharedConfDir.c_str(), installTop.c_str(),

@@ -487,3 +487,16 @@ EOF
     [ ! -e "$SHARE/kernel" ]
     expect_no_tmp "$T"
 }
+
+@test "an environment that was not sourced changes nothing" {
+    local m1="The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig."
+    snapshot "$T"
+    ORV_UNSET=ORV_TOP run_orv mghost "$SHARE" -f
+    [ "$status" -eq 255 ]
+    printf '%s\n' "$m1" "Command failed." | expect_output
+    # Looked up for the directories, the shared top and the administrator check.
+    ORV_UNSET=ORV_CONFDIR run_orv mghost "$SHARE" -f
+    [ "$status" -eq 255 ]
+    printf '%s\n' "$m1" "$m1" "$m1" "Command failed." | expect_output
+    expect_unchanged "$T"
+}
