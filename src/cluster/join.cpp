@@ -38,7 +38,9 @@ struct JoinRun {
     FILEINFO clusterInfo;
 };
 
-bool isSpace(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
+bool isSpace(char c) {
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
+}
 
 void trimHostArgument(std::string& s) {
     std::size_t first = 0;
@@ -132,7 +134,8 @@ int createCluster(const JoinRun& run, const std::string& master) {
     replaceString(run.confDir + "/orv.conf", "ORV_GET_CONF=", "");
     const std::string entry = "            <ResourceEntry ResourceID=\"" + master + "\"/>";
     if (replaceString(run.confDir + "/ResourceGroups.xml", "@ORV_MASTER@", entry) == -1) {
-        alertI18nWithTwoParameters("Set %s in %s failed.", entry, std::string("ResourceGroups.xml"));
+        alertI18nWithTwoParameters("Set %s in %s failed.", entry,
+                                   std::string("ResourceGroups.xml"));
         return -1;
     }
     return 1;

@@ -31,7 +31,9 @@ constexpr const char* kMasterHostMessage =
     "to be a master or master candidate host because it is specified in parameter "
     "ORV_MASTER_LIST in $ORV_CONFDIR/orv.conf. \nORV_CONFDIR:\n    %s";
 
-std::string confPathOf(const std::string& dir) { return dir + "/orv.conf"; }
+std::string confPathOf(const std::string& dir) {
+    return dir + "/orv.conf";
+}
 
 bool isKnownKeyword(const std::string& word) {
     return word == "resource" || word == "resourcemap";
@@ -100,7 +102,8 @@ std::string buildKeyLine(const std::vector<LOCAL_RESOURCE>& existing, int existi
                          const std::vector<LOCAL_RESOURCE>& added, int addedCount,
                          const std::string& comment) {
     std::string line = std::string(kResourceKey) + "=\"";
-    for (int i = 0; i < existingCount; ++i) appendEntry(line, existing[static_cast<std::size_t>(i)]);
+    for (int i = 0; i < existingCount; ++i)
+        appendEntry(line, existing[static_cast<std::size_t>(i)]);
     for (int i = 0; i < addedCount && static_cast<std::size_t>(i) < added.size(); ++i) {
         const LOCAL_RESOURCE& tag = added[static_cast<std::size_t>(i)];
         if (!alreadyTagged(existing, existingCount, tag)) appendEntry(line, tag);

@@ -1,5 +1,6 @@
 // Resource tags: the bracket grammar, the merge into orv.conf (whole files compared) and
 // the harvesting check.
+#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <filesystem>
@@ -7,8 +8,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "resources/local_resources.hpp"
 
@@ -77,7 +76,7 @@ TEST(ResourcesGrammar, NullTextIsNoTags) {
 
 // A fresh local configuration directory per case.
 class ResourcesFiles : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         char pattern[] = "/tmp/orv_resources_test.XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);
@@ -86,7 +85,9 @@ protected:
     void TearDown() override { std::filesystem::remove_all(dir_); }
 
     std::string conf() const { return dir_ + "/orv.conf"; }
-    void writeConf(const std::string& text) const { std::ofstream(conf(), std::ios::binary) << text; }
+    void writeConf(const std::string& text) const {
+        std::ofstream(conf(), std::ios::binary) << text;
+    }
     std::string readConf() const {
         std::ifstream in(conf(), std::ios::binary);
         std::ostringstream s;
@@ -104,11 +105,18 @@ protected:
 };
 
 TEST_F(ResourcesFiles, AbsentKeyIsAppendedAfterAnEmptyLine) {
-    writeConf("# kernel\nORV_MASTER_LIST=\"hostB\"\nORV_WORKDIR=/opt/orv");
+    writeConf("# kernel\nORV_MASTER_LIST=\"hostB\"\nORV_WORKDIR=/opt/orv\n");
     EXPECT_EQ(add("[resource scvg]"), 0);
     EXPECT_EQ(readConf(),
               "# kernel\nORV_MASTER_LIST=\"hostB\"\nORV_WORKDIR=/opt/orv\n\n"
               "ORV_LOCAL_RESOURCES=\"[resource scvg]\"\n");
+}
+
+// The newline written before the key first ends an unterminated last line.
+TEST_F(ResourcesFiles, AbsentKeyAfterAnUnterminatedLastLine) {
+    writeConf("ORV_WORKDIR=/opt/orv");
+    EXPECT_EQ(add("[resource scvg]"), 0);
+    EXPECT_EQ(readConf(), "ORV_WORKDIR=/opt/orv\nORV_LOCAL_RESOURCES=\"[resource scvg]\"\n");
 }
 
 TEST_F(ResourcesFiles, NewTagsFollowTheExistingOnes) {
@@ -190,7 +198,8 @@ TEST_F(ResourcesFiles, HarvestingTagsInOrder) {
         {"ORV_LOCAL_RESOURCES=\"[resource SCVG]\"\n", 0},
         {"ORV_LOCAL_RESOURCES=\"[resourcemap scvg] [tag scvg]\"\n", 0},
         {"#ORV_LOCAL_RESOURCES=\"[resource scvg]\"\nX=1\n", 0},
-        {"#ORV_LOCAL_RESOURCES=\"[resource scvg]\"\nORV_LOCAL_RESOURCES=\"[resource vmscvg]\"\n", 3},
+        {"#ORV_LOCAL_RESOURCES=\"[resource scvg]\"\nORV_LOCAL_RESOURCES=\"[resource vmscvg]\"\n",
+         3},
         {"ORV_LOCAL_RESOURCES=\n", 0},
         {"ORV_LOCAL_RESOURCES=\"[resource a b]\"\n", -1},
     };
