@@ -204,6 +204,15 @@ as_host hostB "$SANDBOX/share/kernel/conf"
 step unsetmghost -f
 as_host hostA "$SANDBOX/share/kernel/conf"
 
+# The master moves its port block on both sides; the HDFS port lives in the shared
+# NameNode profile.
+mkdir -p "$SANDBOX/share/oservice/osc/conf/services"
+printf '<Service name="NameNode">\n    <Environment name="HOV_HDFS_PORT">8020</Environment>\n</Service>\n' \
+    >"$SANDBOX/share/oservice/osc/conf/services/namenode.xml"
+step setbaseport 26869
+step hovhdfsport show
+step hovhdfsport set 28020
+
 if [ "${KEEP_SANDBOX:-0}" = 1 ]; then
     echo
     echo "The sandbox is kept in $SANDBOX. To run orvconfig as $AS_HOST inside it:"
