@@ -37,7 +37,9 @@ void printText(std::string_view text) {
     }
 }
 
-void flushOutput() { std::fflush(stdout); }
+void flushOutput() {
+    std::fflush(stdout);
+}
 
 namespace {
 

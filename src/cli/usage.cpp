@@ -23,67 +23,97 @@ namespace {
 constexpr const char* kProgram = "orvconfig";
 
 // A usage line: the text with every "%s" standing for the program name.
-void usageLine(const char* text) { printText(formatMessage(text, {kProgram, kProgram})); }
+void usageLine(const char* text) {
+    printText(formatMessage(text, {kProgram, kProgram}));
+}
+
+// The full listing: "Line" texts carry their own newline, "Desc" texts are messages.
+enum class Kind { Line, Desc };
+struct UsageEntry {
+    Kind kind;
+    const char* text;
+};
+
+constexpr UsageEntry kFullUsage[] = {
+    {Kind::Line, "Usage: %s subcommand [options]\n"},
+    {Kind::Line, "       %s -h\n"},
+    {Kind::Line, "       %s -V\n"},
+    {Kind::Line, "Subcommand:\n"},
+    {Kind::Line,
+     "   addresourceattr \"[resource resource_name] [resourcemap value*resource_name] "
+     "...\"\n"},
+    {Kind::Desc,
+     "Adds a resource attribute tag to the parameter ORV_LOCAL_RESOURCES in orv.conf on "
+     "the local host. The attribute tag is later referenced when you create a resource "
+     "group and want to add hosts to it that share the same resource attribute."},
+    {Kind::Desc,
+     "resourcemap :Keyword required by ORV_LOCAL_RESOURCES to signify that the name of "
+     "the resource attribute tag is numeric. The name is preceded by a numeric value to "
+     "form a name-value pair."},
+    {Kind::Desc,
+     "resource : Keyword required by ORV_LOCAL_RESOURCES to signify that the name of the "
+     "resource attribute tag is boolean."},
+    {Kind::Desc,
+     "resource_name : Specifies the name of the resource attribute tag that identifies "
+     "this type of host. For example, the resource attribute tag scvg could be later "
+     "used to create a resource group for harvesting-capable hosts."},
+    {Kind::Line, "\n"},
+    {Kind::Line, "   join        master_name [-f]\n"},
+    {Kind::Desc, "Adds the local UNIX host to the cluster that has the specified master host."},
+    {Kind::Line, "\n"},
+    {Kind::Line, "   masterlist  host_name[,host_name,...]\n"},
+    {Kind::Desc,
+     "Specifies the list of master candidates, starting with the master host, and "
+     "including  all of the candidates, in the order of failover priority."},
+    {Kind::Line, "\n"},
+    {Kind::Line, "   mghost      shared_top [-f]\n"},
+    {Kind::Desc,
+     "Specifies to ignore the local configuration directory and look in the shared "
+     "location for the configuration information and common files so the management "
+     "hosts use a common set of files. Issuing this command adds this host to the "
+     "management hosts resource group."},
+    {Kind::Line, "\n"},
+    {Kind::Line, "   mghost      vos [-f]\n"},
+    {Kind::Desc,
+     "Use this command when adding Brevant VOS to an existing ORV cluster. Specifies to "
+     "ignore the local VOS configuration directory and use the ORV shared directory "
+     "instead. Issue this command on all management hosts so VOS can use shared "
+     "location configurations."},
+    {Kind::Line, "\n"},
+    {Kind::Line, "   mghost      kirn [-f]\n"},
+    {Kind::Desc,
+     "Use this command when adding Brevant Tessary to an existing ORV cluster. Specifies "
+     "to ignore the local Tessary configuration directory and use the ORV shared "
+     "directory instead. Issue this command only on the master host so that Tessary "
+     "can use shared location configurations."},
+    {Kind::Line, "\n"},
+    {Kind::Line, "   mghost      zt [-f]\n"},
+    {Kind::Desc,
+     "Use this command when adding Brevant Tessary Analytics to an existing ORV cluster. "
+     "Specifies to ignore the local Tessary Analytics configuration directory and use "
+     "the ORV shared directory instead. Issue this command only on the master host so "
+     "that Tessary Analytics can use shared location configurations."},
+    {Kind::Line, "\n"},
+    {Kind::Line, "   setbaseport base_port_no\n"},
+    {Kind::Desc,
+     "Changes the port number for the ORV_LIM service or daemon to the specified port "
+     "number."},
+    {Kind::Line, "\n"},
+    {Kind::Line, "   unsetmghost [-f]\n"},
+    {Kind::Desc, "Demotes the local management host to a compute host."},
+    {Kind::Line, "\n"},
+    {Kind::Line, "   hovhdfsport <show|set> port_no \n"},
+    {Kind::Desc, "Displays or updates the port number for the HDFS service."},
+};
 
 void fullUsage() {
-    usageLine("Usage: %s subcommand [options]\n");
-    usageLine("       %s -h\n");
-    usageLine("       %s -V\n");
-    usageLine("Subcommand:\n");
-    usageLine("   addresourceattr \"[resource resource_name] [resourcemap value*resource_name] "
-              "...\"\n");
-    alertI18n("Adds a resource attribute tag to the parameter ORV_LOCAL_RESOURCES in orv.conf on "
-              "the local host. The attribute tag is later referenced when you create a resource "
-              "group and want to add hosts to it that share the same resource attribute.");
-    alertI18n("resourcemap :Keyword required by ORV_LOCAL_RESOURCES to signify that the name of "
-              "the resource attribute tag is numeric. The name is preceded by a numeric value to "
-              "form a name-value pair.");
-    alertI18n("resource : Keyword required by ORV_LOCAL_RESOURCES to signify that the name of the "
-              "resource attribute tag is boolean.");
-    alertI18n("resource_name : Specifies the name of the resource attribute tag that identifies "
-              "this type of host. For example, the resource attribute tag scvg could be later "
-              "used to create a resource group for harvesting-capable hosts.");
-    usageLine("\n");
-    usageLine("   join        master_name [-f]\n");
-    alertI18n("Adds the local UNIX host to the cluster that has the specified master host.");
-    usageLine("\n");
-    usageLine("   masterlist  host_name[,host_name,...]\n");
-    alertI18n("Specifies the list of master candidates, starting with the master host, and "
-              "including  all of the candidates, in the order of failover priority.");
-    usageLine("\n");
-    usageLine("   mghost      shared_top [-f]\n");
-    alertI18n("Specifies to ignore the local configuration directory and look in the shared "
-              "location for the configuration information and common files so the management "
-              "hosts use a common set of files. Issuing this command adds this host to the "
-              "management hosts resource group.");
-    usageLine("\n");
-    usageLine("   mghost      vos [-f]\n");
-    alertI18n("Use this command when adding Brevant VOS to an existing ORV cluster. Specifies to "
-              "ignore the local VOS configuration directory and use the ORV shared directory "
-              "instead. Issue this command on all management hosts so VOS can use shared "
-              "location configurations.");
-    usageLine("\n");
-    usageLine("   mghost      kirn [-f]\n");
-    alertI18n("Use this command when adding Brevant Tessary to an existing ORV cluster. Specifies "
-              "to ignore the local Tessary configuration directory and use the ORV shared "
-              "directory instead. Issue this command only on the master host so that Tessary "
-              "can use shared location configurations.");
-    usageLine("\n");
-    usageLine("   mghost      zt [-f]\n");
-    alertI18n("Use this command when adding Brevant Tessary Analytics to an existing ORV cluster. "
-              "Specifies to ignore the local Tessary Analytics configuration directory and use "
-              "the ORV shared directory instead. Issue this command only on the master host so "
-              "that Tessary Analytics can use shared location configurations.");
-    usageLine("\n");
-    usageLine("   setbaseport base_port_no\n");
-    alertI18n("Changes the port number for the ORV_LIM service or daemon to the specified port "
-              "number.");
-    usageLine("\n");
-    usageLine("   unsetmghost [-f]\n");
-    alertI18n("Demotes the local management host to a compute host.");
-    usageLine("\n");
-    usageLine("   hovhdfsport <show|set> port_no \n");
-    alertI18n("Displays or updates the port number for the HDFS service.");
+    for (const UsageEntry& entry : kFullUsage) {
+        if (entry.kind == Kind::Desc) {
+            alertI18n(entry.text);
+        } else {
+            usageLine(entry.text);
+        }
+    }
 }
 
 void mghostUsage() {
@@ -98,18 +128,32 @@ void mghostUsage() {
 void usage(int type) {
     const char* single = nullptr;
     switch (type) {
-    case 2: break;
-    case 3: single = "Usage: %s masterlist host_name[,host_name,...] [-f]\n"; break;
-    case 4: single = "Usage: %s join master_name [-f]\n"; break;
-    case 6: break;
-    case 8: single = "Usage: %s setbaseport base_port_no\n"; break;
-    case 9: single = "Usage: %s unsetmghost [-f]\n"; break;
-    case 10:
-        single = "Usage: %s addresourceattr \"[resource resource_name] [resourcemap "
-                 "value*resource_name] ...\"\n";
-        break;
-    case 12: single = "Usage: %s hovhdfsport <show|set> <port>\n"; break;
-    default: return;
+        case 2:
+            break;
+        case 3:
+            single = "Usage: %s masterlist host_name[,host_name,...] [-f]\n";
+            break;
+        case 4:
+            single = "Usage: %s join master_name [-f]\n";
+            break;
+        case 6:
+            break;
+        case 8:
+            single = "Usage: %s setbaseport base_port_no\n";
+            break;
+        case 9:
+            single = "Usage: %s unsetmghost [-f]\n";
+            break;
+        case 10:
+            single =
+                "Usage: %s addresourceattr \"[resource resource_name] [resourcemap "
+                "value*resource_name] ...\"\n";
+            break;
+        case 12:
+            single = "Usage: %s hovhdfsport <show|set> <port>\n";
+            break;
+        default:
+            return;
     }
     printText("\n");
     if (type == 2) {
@@ -123,12 +167,13 @@ void usage(int type) {
 
 void printVersionBanner() {
     flushOutput();
-    std::fputs("ORV 1.2.7.0 build 213132, Feb 27 2013\n"
-               "Copyright (C) 2013 the orvconfig authors.\n"
-               "All rights reserved.\n"
-               "\n"
-               "binary type: linux2.6-glibc2.3-x86_64\n",
-               stderr);
+    std::fputs(
+        "ORV 1.2.7.0 build 213132, Feb 27 2013\n"
+        "Copyright (C) 2013 the orvconfig authors.\n"
+        "All rights reserved.\n"
+        "\n"
+        "binary type: linux2.6-glibc2.3-x86_64\n",
+        stderr);
 }
 
 void pauseForVista() {}
@@ -184,9 +229,10 @@ int runMasterlist(const Invocation& in) {
     if (orvconfig_setmasterlist(in.argv[2]) == -1) {
         return commandFailed(true);
     }
-    alertI18nWithParameter("The master host failover order is %s. To make changes take effect, "
-                           "restart ORV on the master host with the command orvsh orv restart.",
-                           in.argv[2]);
+    alertI18nWithParameter(
+        "The master host failover order is %s. To make changes take effect, "
+        "restart ORV on the master host with the command orvsh orv restart.",
+        in.argv[2]);
     return succeeded();
 }
 
@@ -220,8 +266,9 @@ int runUnsetmghost(const Invocation& in) {
         return commandFailed(true);
     }
     if (ret == 1) {
-        alertI18n("This host no longer uses the shared configuration directory.  This host "
-                  "cannot be used as a master candidate.");
+        alertI18n(
+            "This host no longer uses the shared configuration directory.  This host "
+            "cannot be used as a master candidate.");
     }
     return succeeded();
 }
@@ -275,9 +322,12 @@ struct Subcommand {
 
 // Matched in this order, each by its whole word only.
 constexpr Subcommand kSubcommands[] = {
-    {"masterlist", runMasterlist},   {"join", runJoin},
-    {"mghost", runMghost},           {"unsetmghost", runUnsetmghost},
-    {"setbaseport", runSetbaseport}, {"hovhdfsport", runHovhdfsport},
+    {"masterlist", runMasterlist},
+    {"join", runJoin},
+    {"mghost", runMghost},
+    {"unsetmghost", runUnsetmghost},
+    {"setbaseport", runSetbaseport},
+    {"hovhdfsport", runHovhdfsport},
     {"addresourceattr", runAddresourceattr},
 };
 

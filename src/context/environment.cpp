@@ -58,15 +58,23 @@ int statReporting(const std::string& path, struct stat& st) {
 
 }  // namespace
 
-const char* getOrvConfDir() { return envOrMessage("ORV_CONFDIR", kNoConfDir); }
+const char* getOrvConfDir() {
+    return envOrMessage("ORV_CONFDIR", kNoConfDir);
+}
 
-const char* getOrvLocalConfDir() { return envOrMessage("ORV_LOCAL_CONFDIR", kNoLocalConfDir); }
+const char* getOrvLocalConfDir() {
+    return envOrMessage("ORV_LOCAL_CONFDIR", kNoLocalConfDir);
+}
 
-const char* getVosEnvDir() { return std::getenv("VOS_ENVDIR"); }
+const char* getVosEnvDir() {
+    return std::getenv("VOS_ENVDIR");
+}
 
 // A missing ORV_TOP is reported with the ORV_CONFDIR text: both come from the same
 // environment script, and administrators know the message by its wording.
-const char* getInstallTop() { return envOrMessage("ORV_TOP", kNoConfDir); }
+const char* getInstallTop() {
+    return envOrMessage("ORV_TOP", kNoConfDir);
+}
 
 std::optional<std::string> getShareTop() {
     const char* confDir = getOrvConfDir();
@@ -141,7 +149,9 @@ int IsSameDirectory(const std::string& first, const std::string& second) {
     return a.st_ino == b.st_ino ? 1 : 0;
 }
 
-int isAbsolutePath(const std::string& path) { return !path.empty() && path[0] == '/' ? 1 : 0; }
+int isAbsolutePath(const std::string& path) {
+    return !path.empty() && path[0] == '/' ? 1 : 0;
+}
 
 namespace {
 
@@ -198,6 +208,8 @@ bool pathExists(const std::string& path) {
     return ::stat(path.c_str(), &st) == 0;
 }
 
-bool isRootPrefixed(const std::string& user) { return user.compare(0, 4, "root") == 0; }
+bool isRootPrefixed(const std::string& user) {
+    return user.compare(0, 4, "root") == 0;
+}
 
 }  // namespace orv

@@ -4,14 +4,13 @@
 #pragma once
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <functional>
 #include <string>
-
-#include <gtest/gtest.h>
 
 namespace orv::test {
 
@@ -25,8 +24,7 @@ inline std::string makeTempFile(const std::string& content) {
     const int fd = mkstemp(name);
     EXPECT_GE(fd, 0);
     if (fd >= 0) {
-        EXPECT_EQ(write(fd, content.data(), content.size()),
-                  static_cast<ssize_t>(content.size()));
+        EXPECT_EQ(write(fd, content.data(), content.size()), static_cast<ssize_t>(content.size()));
         close(fd);
     }
     return name;

@@ -1,9 +1,9 @@
 // Message formatting, the answer reader and the once-only confirmations. Prompt state
 // lives for the whole process, so every case that prints or reads runs in a forked child
 // with its own standard input and output.
-#include <string>
-
 #include <gtest/gtest.h>
+
+#include <string>
 
 #include "child_process.hpp"
 #include "cli/messages.hpp"
@@ -65,8 +65,8 @@ TEST(CliGetAnswer, TakesFirstCharacterOfEachWholeLine) {
     // 600 characters: the rest of an overlong line is not the next answer.
     const std::string input = "yes\n\nN\n" + std::string(600, 'x') + "y\nq";
     const ChildRun run = runInChild(input, [] {
-        const std::string got = {getAnswer(), getAnswer(), getAnswer(), getAnswer(), getAnswer(),
-                                 getAnswer(), getAnswer()};
+        const std::string got = {getAnswer(), getAnswer(), getAnswer(), getAnswer(),
+                                 getAnswer(), getAnswer(), getAnswer()};
         return got == std::string("y\nNxqnn") ? 0 : 1;
     });
     EXPECT_EQ(run.result, 0);
@@ -115,8 +115,7 @@ TEST(CliPrompts, YesToNamedPromptSettlesTheUnnamedOne) {
         const int service = showServiceWarning();
         return named * 100 + unnamed * 10 + service;
     });
-    EXPECT_EQ(run.output,
-              std::string(kShared2) + kShared2 + kService + kNoChanges);
+    EXPECT_EQ(run.output, std::string(kShared2) + kShared2 + kService + kNoChanges);
     EXPECT_EQ(run.result, 110);
 }
 

@@ -1,6 +1,7 @@
 // The installation context: environment directories, directory checks, file modes, the
 // cluster name and the administrator check, on files in a fresh temporary directory.
 // Cases that print or change the environment run in a forked child.
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,8 +10,6 @@
 #include <fstream>
 #include <optional>
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "child_process.hpp"
 #include "context/cluster_identity.hpp"
@@ -31,7 +30,7 @@ constexpr const char* kM2 =
     "running orvconfig.\n";
 
 class ContextTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         char name[] = "/tmp/orv_context_test.XXXXXX";
         ASSERT_NE(mkdtemp(name), nullptr);
@@ -107,7 +106,7 @@ TEST_F(ContextTest, ShareTopIsTwoLevelsAboveASeparateConfDir) {
     const std::string expectedTop = std::filesystem::canonical(path("share")).string();
 
     struct Case {
-        std::optional<std::string> conf;   // nullopt: variable unset
+        std::optional<std::string> conf;  // nullopt: variable unset
         std::optional<std::string> local;
         std::optional<std::string> top;
         std::string output;
@@ -167,9 +166,9 @@ TEST_F(ContextTest, CheckDirectoryRefusesAReadOnlyDirectory) {
         return checkDirectory(ro) == -1 ? 0 : 1;
     });
     EXPECT_EQ(run.result, 0);
-    EXPECT_EQ(run.output,
-              "You do not have permission to modify the cluster configuration directory " + ro +
-                  ".\n");
+    EXPECT_EQ(
+        run.output,
+        "You do not have permission to modify the cluster configuration directory " + ro + ".\n");
 }
 
 TEST_F(ContextTest, IsSameDirectoryComparesInodesAndTreatsTheTwoPathsDifferently) {
@@ -325,15 +324,14 @@ TEST_F(ContextTest, AdministratorsAreTheBlankSeparatedNamesBeforeTheFirstComma) 
     };
     const std::string conf = mkdir("conf");
     for (const Case& c : cases) {
-        write("conf/orv.cluster.c1",
-              "Begin ClusterAdmins\n" + c.adminsLine + "\nEnd ClusterAdmins\n\nBegin Host\nEnd Host\n");
+        write("conf/orv.cluster.c1", "Begin ClusterAdmins\n" + c.adminsLine +
+                                         "\nEnd ClusterAdmins\n\nBegin Host\nEnd Host\n");
         const ChildRun run = runInChild("", [&] {
             return checkExecuteUser(conf.c_str(), "orv.cluster.c1", c.user) == 1 ? 0 : 1;
         });
-        const std::string expected =
-            c.output.empty() ? ""
-                             : "You must be cluster administrator " + c.output +
-                                   " to use orvconfig.\n";
+        const std::string expected = c.output.empty() ? ""
+                                                      : "You must be cluster administrator " +
+                                                            c.output + " to use orvconfig.\n";
         EXPECT_EQ(run.result, c.output.empty() ? 0 : 1) << c.adminsLine;
         EXPECT_EQ(run.output, expected) << c.adminsLine;
     }
@@ -342,8 +340,7 @@ TEST_F(ContextTest, AdministratorsAreTheBlankSeparatedNamesBeforeTheFirstComma) 
 TEST_F(ContextTest, AdministratorsAreReadOnlyInsideTheirSection) {
     const std::string conf = mkdir("conf");
     write("conf/outside", "Administrators = orvadmin\nBegin Host\nEnd Host\n");
-    write("conf/closed",
-          "Begin ClusterAdmins\nEnd ClusterAdmins\nAdministrators = orvadmin\n");
+    write("conf/closed", "Begin ClusterAdmins\nEnd ClusterAdmins\nAdministrators = orvadmin\n");
     write("conf/second",
           "Begin ClusterAdmins\nAdministrators = first\nAdministrators = orvadmin\n"
           "End ClusterAdmins\n");
@@ -362,7 +359,8 @@ TEST_F(ContextTest, AdministratorsAreReadOnlyInsideTheirSection) {
               "You must be cluster administrator [] to use orvconfig.\n"
               "You must be cluster administrator [] to use orvconfig.\n"
               "You must be cluster administrator [first] to use orvconfig.\n"
-              "Cannot open the file " + conf + "/absent.\n");
+              "Cannot open the file " +
+                  conf + "/absent.\n");
 }
 
 // --- batch product ---------------------------------------------------------------------
