@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <new>
 
 #include "cli/messages.hpp"
 
@@ -71,15 +73,21 @@ bool writeAll(int fd, std::string_view data) {
     return true;
 }
 
-bool readAll(int fd, std::string& out) {
-    char buffer[65536];
+// Reads straight into the string, sized from fstat (one spare byte lets the end of a file
+// of unchanged size be seen without growing); files that grow meanwhile are read whole.
+bool readAll(int fd, std::string& out, std::size_t sizeHint) {
+    std::size_t used = 0;
+    out.resize(std::max<std::size_t>(sizeHint + 1, 4096));
     for (;;) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (used == out.size()) out.resize(out.size() * 2);
+        const ssize_t n = ::read(fd, out.data() + used, out.size() - used);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) return false;
-        if (n == 0) return true;
-        out.append(buffer, static_cast<std::size_t>(n));
+        if (n == 0) break;
+        used += static_cast<std::size_t>(n);
     }
+    out.resize(used);
+    return true;
 }
 
 // Fills the ".tmp"; on failure it is removed and the failure reported with its path.
@@ -125,9 +133,13 @@ bool readRegularFile(const std::string& path, std::string& out) {
     if (!fd) return false;
     struct stat st {};
     if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
-    out.reserve(static_cast<std::size_t>(st.st_size));
-    if (readAll(fd.get(), out)) return true;
+    try {
+        if (readAll(fd.get(), out, static_cast<std::size_t>(st.st_size))) return true;
+    } catch (const std::bad_alloc&) {
+        // A file too large to hold is a file that cannot be read.
+    }
     out.clear();
+    out.shrink_to_fit();
     return false;
 }
 

@@ -1,6 +1,7 @@
 #include "text/rewrite.hpp"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "cli/messages.hpp"
@@ -14,19 +15,29 @@ namespace {
 
 constexpr const char* kCannotOpen = "Cannot open file %s.";
 
+// True when one of tab, newline, vertical tab, form feed or carriage return occurs.
+// Written as a branch-free reduction so that it vectorises.
+bool hasFoldedWhitespace(const char* p, std::size_t n) {
+    unsigned found = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        found |= static_cast<unsigned char>(p[i] - '\t') <= '\r' - '\t' ? 1U : 0U;
+    }
+    return found != 0;
+}
+
 // True when reading the text back line by line would give it unchanged: it ends in a
 // newline, holds no whitespace but blanks and newlines, and no line longer than one
 // character ends in a blank. Edited files are nearly always in this form already.
 bool isNormalForm(std::string_view text) {
     if (text.empty()) return true;
     if (text.back() != '\n') return false;
-    std::size_t lineStart = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        if (c > '\r' || c < '\t') continue;
-        if (c != '\n') return false;
-        if (i > lineStart + 1 && text[i - 1] == ' ') return false;
-        lineStart = i + 1;
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    while (p < end) {
+        const auto* nl = static_cast<const char*>(std::memchr(p, '\n', end - p));
+        const auto len = static_cast<std::size_t>(nl - p);
+        if ((len > 1 && nl[-1] == ' ') || hasFoldedWhitespace(p, len)) return false;
+        p = nl + 1;
     }
     return true;
 }
