@@ -27,7 +27,7 @@ constexpr const char* kColumnSeparators = " \t";
 // Where a line stands relative to the host section: 0 outside, 1 after "Begin Host",
 // 2 after the header (host lines follow).
 class HostSection {
-public:
+  public:
     static bool isStart(const std::string& line) {
         return contains(line, "Begin") && contains(line, "Host");
     }
@@ -49,7 +49,7 @@ public:
     bool inHostLines() const { return state_ == 2; }
     void leave() { state_ = 0; }
 
-private:
+  private:
     int state_ = 0;
 };
 
@@ -106,7 +106,7 @@ std::size_t knownWidth(const std::string& column) {
     static const struct {
         const char* name;
         std::size_t width;
-    } widths[] = {{"model", 9}, {"type", 13}, {"server", 6}, {"r1m", 5},
+    } widths[] = {{"model", 9}, {"type", 13}, {"server", 6},   {"r1m", 5},
                   {"mem", 5},   {"swp", 4},   {"#Keywords", 9}};
     for (const auto& w : widths) {
         if (columnIs(column, w.name)) {
@@ -127,8 +127,8 @@ std::string newField(const std::string& column, const std::string& host, const s
     if (columnIs(column, "type")) {
         return padded(type, 13);
     }
-    const char* value = columnIs(column, "model")      ? "!"
-                        : columnIs(column, "server")   ? "1"
+    const char* value = columnIs(column, "model")       ? "!"
+                        : columnIs(column, "server")    ? "1"
                         : columnIs(column, "#Keywords") ? ""
                                                         : "-";
     std::size_t width = knownWidth(column);
@@ -136,8 +136,7 @@ std::string newField(const std::string& column, const std::string& host, const s
 }
 
 // A field of a re-made line: known columns keep their value, unknown ones become "-".
-std::string keptField(const std::string& column, const std::string& value,
-                      std::size_t hostLength) {
+std::string keptField(const std::string& column, const std::string& value, std::size_t hostLength) {
     if (columnIs(column, "HOSTNAME")) {
         return hostField(value, hostLength);
     }
@@ -148,8 +147,7 @@ std::string keptField(const std::string& column, const std::string& value,
 // The resources field of a promoted host: "mg" put first inside the parentheses unless
 // the field already mentions it. A list written with blanks was split into several
 // values, so it is joined back first.
-int promotedResources(const std::vector<std::string>& values, std::size_t index,
-                      std::string& out) {
+int promotedResources(const std::vector<std::string>& values, std::size_t index, std::string& out) {
     std::string value = values[index];
     if (!contains(value, ")")) {
         for (std::size_t k = index + 1; k < values.size(); ++k) {
@@ -261,8 +259,8 @@ int getHostLineFromCluster(const std::string& path, std::vector<std::string>& ho
     int lineCount = 0;
     std::string line;
     while (getNextLineD_(reader, lineCount, 0, line)) {
-        bool hostLine = section.inHostLines() && !HostSection::isStart(line) &&
-                        !HostSection::isEnd(line);
+        bool hostLine =
+            section.inHostLines() && !HostSection::isStart(line) && !HostSection::isEnd(line);
         if (!hostLine) {
             if (section.advance(line)) {
                 header = line;
@@ -343,8 +341,8 @@ int removeCluster(const std::string& dir, const std::string& host) {
     return editClusterFile(*path, edit) == EditResult::Ok ? 1 : -1;
 }
 
-int generateHostEntry(const std::string& header, const std::string& host,
-                      const std::string& type, const std::string& resources, std::string& out) {
+int generateHostEntry(const std::string& header, const std::string& host, const std::string& type,
+                      const std::string& resources, std::string& out) {
     out.clear();
     std::vector<std::string> columns;
     tokenize(header, columns, kColumnSeparators);

@@ -20,9 +20,9 @@ namespace {
 
 // What the resolver said about one name.
 struct Resolution {
-    bool resolved = false;   // getaddrinfo succeeded
-    bool hasIPv4 = false;    // at least one IPv4 address (what an IPv4-only lookup finds)
-    std::string canonical;   // canonical name of the first result, when resolved
+    bool resolved = false;  // getaddrinfo succeeded
+    bool hasIPv4 = false;   // at least one IPv4 address (what an IPv4-only lookup finds)
+    std::string canonical;  // canonical name of the first result, when resolved
 };
 
 struct AddrInfoDeleter {

@@ -181,8 +181,8 @@ struct RecordedModes {
     FILEINFO vosConf;
 };
 
-int recordModes(const std::string& confDir, const char* vosEnvDir,
-                const std::string& clusterFile, RecordedModes& modes) {
+int recordModes(const std::string& confDir, const char* vosEnvDir, const std::string& clusterFile,
+                RecordedModes& modes) {
     if (getFileInfo(confDir, "orv.conf", modes.orvConf) != -1 &&
         getFileInfo(confDir, clusterFile, modes.clusterFile) != -1) {
         return 1;

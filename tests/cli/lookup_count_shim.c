@@ -8,8 +8,8 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-static void record(const char *function, const char *name) {
-    const char *log = getenv("ORV_LOOKUP_LOG");
+static void record(const char* function, const char* name) {
+    const char* log = getenv("ORV_LOOKUP_LOG");
     if (log == NULL) {
         return;
     }
@@ -21,24 +21,23 @@ static void record(const char *function, const char *name) {
     close(fd);
 }
 
-int getaddrinfo(const char *node, const char *service, const struct addrinfo *hints,
-                struct addrinfo **res) {
-    typedef int (*fn_t)(const char *, const char *, const struct addrinfo *,
-                        struct addrinfo **);
+int getaddrinfo(const char* node, const char* service, const struct addrinfo* hints,
+                struct addrinfo** res) {
+    typedef int (*fn_t)(const char*, const char*, const struct addrinfo*, struct addrinfo**);
     fn_t next = (fn_t)dlsym(RTLD_NEXT, "getaddrinfo");
     record("getaddrinfo", node);
     return next(node, service, hints, res);
 }
 
-struct hostent *gethostbyname(const char *name) {
-    typedef struct hostent *(*fn_t)(const char *);
+struct hostent* gethostbyname(const char* name) {
+    typedef struct hostent* (*fn_t)(const char*);
     fn_t next = (fn_t)dlsym(RTLD_NEXT, "gethostbyname");
     record("gethostbyname", name);
     return next(name);
 }
 
-struct hostent *gethostbyname2(const char *name, int af) {
-    typedef struct hostent *(*fn_t)(const char *, int);
+struct hostent* gethostbyname2(const char* name, int af) {
+    typedef struct hostent* (*fn_t)(const char*, int);
     fn_t next = (fn_t)dlsym(RTLD_NEXT, "gethostbyname2");
     record("gethostbyname2", name);
     return next(name, af);

@@ -142,6 +142,15 @@ CONF
         "The parameter [ORV_MASTER_LIST] cannot be found in file [$CONF/orv.conf]. Please check your configuration file."
 }
 
+@test "an orv.conf that is a directory or a FIFO cannot be opened" {
+    rm "$CONF/orv.conf"
+    mkdir "$CONF/orv.conf"
+    refused hostA "Cannot open file $CONF/orv.conf."
+    rmdir "$CONF/orv.conf"
+    mkfifo "$CONF/orv.conf"
+    refused hostA "Cannot open file $CONF/orv.conf."
+}
+
 @test "a missing orv.conf fails without touching anything" {
     rm "$CONF/orv.conf"
     snapshot "$T"

@@ -1,6 +1,9 @@
 // The cluster file's host section: the column layout of new and re-made host lines, the
 // two readers, and the insert/remove rewrites compared as whole files. Host names here
 // are made up so that the resolver knows none of them and names compare as written.
+#include "cluster/cluster_file.hpp"
+
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -8,10 +11,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "cluster/cluster_file.hpp"
 
 namespace orv {
 namespace {
@@ -99,7 +98,7 @@ TEST(ClusterFileChangeHostEntry, LinesThatCannotBeRemade) {
 }
 
 class ClusterFileOnDisk : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         std::string pattern = (std::filesystem::temp_directory_path() / "orv_cluster.XXXXXX");
         std::vector<char> buf(pattern.begin(), pattern.end());
@@ -145,7 +144,8 @@ TEST_F(ClusterFileOnDisk, LineReaderStopsAtAnEmptyLine) {
     Names lines;
     std::string header;
     EXPECT_EQ(getHostLineFromCluster(clusterPath(), hosts, lines, header), 1);
-    EXPECT_EQ(header, "HOSTNAME  model    type        server r1m  mem  swp  RESOURCES    #Keywords");
+    EXPECT_EQ(header,
+              "HOSTNAME  model    type        server r1m  mem  swp  RESOURCES    #Keywords");
     EXPECT_EQ(hosts, (Names{"nodeq1", "nodeq2"}));
     EXPECT_EQ(lines, (Names{"nodeq1    !        !            1     -    -    -   (linux mg)",
                             "nodeq2 !  !  1 - - - (linux)"}));
@@ -159,7 +159,8 @@ TEST_F(ClusterFileOnDisk, HostListSeesEveryHostLine) {
 }
 
 TEST_F(ClusterFileOnDisk, IndentedCommentIsAHostForTheLineReader) {
-    write("orv.cluster.c1", "Begin Host\nHOSTNAME RESOURCES\n  #nodeq8 (x)\nnodeq1 (y)\nEnd Host\n");
+    write("orv.cluster.c1",
+          "Begin Host\nHOSTNAME RESOURCES\n  #nodeq8 (x)\nnodeq1 (y)\nEnd Host\n");
     Names hosts;
     Names lines;
     std::string header;
@@ -268,8 +269,7 @@ TEST_F(ClusterFileOnDisk, InsertSharedMarksAnExistingLine) {
 
 // The short name matches the qualified line written earlier, so no second line is added.
 TEST_F(ClusterFileOnDisk, InsertSharedFindsTheQualifiedForm) {
-    write("orv.cluster.c1",
-          "Begin Host\nHOSTNAME RESOURCES\nnodeq7.lab.local (linux)\nEnd Host\n");
+    write("orv.cluster.c1", "Begin Host\nHOSTNAME RESOURCES\nnodeq7.lab.local (linux)\nEnd Host\n");
     EXPECT_EQ(insertClusterShared(dir_, "NODEQ7", 0, ""), 1);
     EXPECT_EQ(read("orv.cluster.c1"),
               "Begin Host\nHOSTNAME RESOURCES\nnodeq7.lab.local (mg linux)\nEnd Host\n");

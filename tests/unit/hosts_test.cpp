@@ -2,6 +2,7 @@
 // test, the address refusal of the host-name check) and the master list reader on files
 // in a temporary directory. Comparisons through the resolver are covered by the
 // end-to-end suite, where the resolver is simulated.
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -9,8 +10,6 @@
 #include <fstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
@@ -54,12 +53,10 @@ TEST(HostsCheckIPAddress, LexicalDottedForm) {
         const char* s;
         int expected;
     } cases[] = {
-        {"10.0.0.1", 0},       {"1..2.3", 0},       {".1.2.3", 0},
-        {"999.999.999.999", 0}, {"0000.1.2.3", 0},  {"10.0.0", -1},
-        {"10.0.0.1.", -1},     {"10.0.0.a", -1},    {"", -1},
-        {"10.0.0.1.5", -1},    {"...", -1},         {"1.2.3.", -1},
-        {"::1", -1},           {"10.0.0.1 ", -1},   {"-1.2.3.4", -1},
-        {"hostA.lab.local", -1},
+        {"10.0.0.1", 0},   {"1..2.3", 0},      {".1.2.3", 0},     {"999.999.999.999", 0},
+        {"0000.1.2.3", 0}, {"10.0.0", -1},     {"10.0.0.1.", -1}, {"10.0.0.a", -1},
+        {"", -1},          {"10.0.0.1.5", -1}, {"...", -1},       {"1.2.3.", -1},
+        {"::1", -1},       {"10.0.0.1 ", -1},  {"-1.2.3.4", -1},  {"hostA.lab.local", -1},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(checkIPAddress(c.s), c.expected) << '"' << c.s << '"';
@@ -79,7 +76,9 @@ TEST(HostsCheckHostname, DottedAddressesAreNotHostNames) {
     EXPECT_EQ(checkHostname(std::string(10000, 'x')), -1);
 }
 
-TEST(HostsCheckHostname, IPv6LiteralHasNoIPv4Address) { EXPECT_EQ(checkHostname("::1"), -1); }
+TEST(HostsCheckHostname, IPv6LiteralHasNoIPv4Address) {
+    EXPECT_EQ(checkHostname("::1"), -1);
+}
 
 TEST(HostsConvertMasterListFormat, StoredForm) {
     std::string out = "untouched";
@@ -97,7 +96,7 @@ TEST(HostsConvertMasterListFormat, StoredForm) {
 }
 
 class HostsMasterListFile : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         std::string pattern = (std::filesystem::temp_directory_path() / "orv_hosts.XXXXXX");
         std::vector<char> buf(pattern.begin(), pattern.end());
@@ -126,8 +125,7 @@ TEST_F(HostsMasterListFile, QuotingVariantsReadAlike) {
     for (const char* value : {"\"a b c\"", "a b c", "\"a b c", "a b c\"", "\"\"a b c\"\""}) {
         Names list{"stale"};
         std::string printed;
-        EXPECT_EQ(read(std::string("ORV_MASTER_LIST=") + value + "\n", list, printed), 1)
-            << value;
+        EXPECT_EQ(read(std::string("ORV_MASTER_LIST=") + value + "\n", list, printed), 1) << value;
         EXPECT_EQ(list, (Names{"a", "b", "c"})) << value;
         EXPECT_EQ(printed, "");
     }
@@ -135,9 +133,9 @@ TEST_F(HostsMasterListFile, QuotingVariantsReadAlike) {
 
 TEST_F(HostsMasterListFile, ValuesReadAsEmptyLists) {
     for (const char* line :
-         {"ORV_MASTER_LIST=\"\"", "ORV_MASTER_LIST=\"@ORV_MASTER_LIST@\"", "ORV_MASTER_LIST=",
-          "ORV_MASTER_LIST=a", "ORV_MASTER_LIST=\"a\"", "ORV_MASTER_LIST", "ORV_MASTER_LIST=\"",
-          "ORV_MASTER_LIST=\"x @ORV_MASTER_LIST@ y\""}) {
+         {"ORV_MASTER_LIST=\"\"", "ORV_MASTER_LIST=\"@ORV_MASTER_LIST@\"",
+          "ORV_MASTER_LIST=", "ORV_MASTER_LIST=a", "ORV_MASTER_LIST=\"a\"", "ORV_MASTER_LIST",
+          "ORV_MASTER_LIST=\"", "ORV_MASTER_LIST=\"x @ORV_MASTER_LIST@ y\""}) {
         Names list{"stale"};
         std::string printed;
         EXPECT_EQ(read(std::string("# head\n") + line + "\nOTHER=1\n", list, printed), 1) << line;
@@ -194,13 +192,11 @@ TEST_F(HostsMasterListFile, UnreadableConfIsReported) {
     Names list;
     testing::internal::CaptureStdout();
     EXPECT_EQ(getMasterListFromConf(dir_, list, 0), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "Cannot open file " + dir_ + "/orv.conf.\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Cannot open file " + dir_ + "/orv.conf.\n");
     std::filesystem::create_directory(dir_ + "/orv.conf");
     testing::internal::CaptureStdout();
     EXPECT_EQ(getMasterListFromConf(dir_, list, 0), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "Cannot open file " + dir_ + "/orv.conf.\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Cannot open file " + dir_ + "/orv.conf.\n");
 }
 
 TEST_F(HostsMasterListFile, CurrentMasterAndEmptyListRoles) {
