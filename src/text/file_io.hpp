@@ -29,6 +29,8 @@ enum class CommitResult {
 // "<file>.tmp" (opened O_NOFOLLOW, fsynced), then the file is truncated, rewritten and
 // fsynced, and the ".tmp" removed. When `updated` equals `original` the file is left
 // alone. On FileOpenFailed the ".tmp" is removed unless keepTmpOnFileOpenFailure.
+// Prints only the write failures ("Cannot write file %s." with the ".tmp" path, or
+// "Cannot write file %s. Its new content is kept in %s."); open failures are the caller's.
 CommitResult commitRewrite(const std::string& file, std::string_view original,
                            std::string_view updated, bool keepTmpOnFileOpenFailure = false);
 

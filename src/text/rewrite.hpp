@@ -16,8 +16,15 @@ int replaceStringWithoutComment(const std::string& file, const std::string& key,
 int changeService(const std::string& file, const std::string& key, const std::string& value);
 
 // Shared machinery for in-place editors: reads `file` line by line (raw reader, comment
-// handling off), lets `edit` append each output line (with its newline) to `out`, and
-// commits the result. Messages on open failure are the caller's; see commitRewrite.
+// handling off), lets `edit` append each output line (with its newline) to `out` (the
+// editor may keep state of its own between lines), then lets `finish` append text at the
+// end. The new text is read back line by line before it is stored, as every rewrite has
+// always done: whitespace in inserted text becomes blanks, trailing blanks go, every line
+// ends in a newline (a last piece without one may be dropped by the reader's end-of-input
+// rule). It is then committed with commitRewrite (no write when nothing changed).
+// Statuses: ReadFailed (file missing, unreadable or not a regular file), TmpOpenFailed,
+// FileOpenFailed (the ".tmp" is removed unless keepTmpOnFileOpenFailure) and WriteFailed.
+// Messages for the first three are the caller's; WriteFailed has already been reported.
 enum class RewriteStatus { Ok, ReadFailed, TmpOpenFailed, FileOpenFailed, WriteFailed };
 using LineEditor = std::function<void(const std::string& line, std::string& out)>;
 RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
