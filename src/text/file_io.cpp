@@ -16,7 +16,7 @@ namespace {
 
 // Owns one file descriptor; close() reports whether the kernel accepted the data.
 class UniqueFd {
-public:
+  public:
     explicit UniqueFd(int fd) : fd_(fd) {}
     UniqueFd(const UniqueFd&) = delete;
     UniqueFd& operator=(const UniqueFd&) = delete;
@@ -33,7 +33,7 @@ public:
         return fd >= 0 && ::close(fd) == 0;
     }
 
-private:
+  private:
     int fd_;
 };
 
@@ -107,7 +107,9 @@ bool rewriteInPlace(UniqueFd& fd, const std::string& file, const std::string& tm
     bool ok = ::ftruncate(fd.get(), 0) == 0 && writeAll(fd.get(), content) &&
               (!sync || ::fsync(fd.get()) == 0);
     ok = fd.close() && ok;
-    if (!ok) alertI18nWithTwoParameters("Cannot write file %s. Its new content is kept in %s.", file, tmp);
+    if (!ok)
+        alertI18nWithTwoParameters("Cannot write file %s. Its new content is kept in %s.", file,
+                                   tmp);
     return ok;
 }
 

@@ -17,12 +17,12 @@ bool isRegularFile(const std::string& path);
 
 // Result of committing the new text of an in-place edit.
 enum class CommitResult {
-    Written,        // the file now holds the new text; the ".tmp" is gone
-    Unchanged,      // the new text equals the old: nothing written, the ".tmp" is gone
-    TmpOpenFailed,  // the ".tmp" could not be created; nothing changed
-    TmpWriteFailed, // writing the ".tmp" failed; removed, "Cannot write file" printed
-    FileOpenFailed, // the file could not be opened for writing; untouched
-    FileWriteFailed // rewriting the file failed; the ".tmp" keeps the new text (printed)
+    Written,         // the file now holds the new text; the ".tmp" is gone
+    Unchanged,       // the new text equals the old: nothing written, the ".tmp" is gone
+    TmpOpenFailed,   // the ".tmp" could not be created; nothing changed
+    TmpWriteFailed,  // writing the ".tmp" failed; removed, "Cannot write file" printed
+    FileOpenFailed,  // the file could not be opened for writing; untouched
+    FileWriteFailed  // rewriting the file failed; the ".tmp" keeps the new text (printed)
 };
 
 // Replaces the contents of `file` by `updated`, keeping its inode: the new text goes to
@@ -44,6 +44,8 @@ CommitResult writeThroughTmp(const std::string& target, std::string_view content
 bool appendToFile(const std::string& path, std::string_view text);
 
 // The temporary name of a file: "<file>.tmp".
-inline std::string tmpPathOf(const std::string& file) { return file + ".tmp"; }
+inline std::string tmpPathOf(const std::string& file) {
+    return file + ".tmp";
+}
 
 }  // namespace orv

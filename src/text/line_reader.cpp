@@ -1,7 +1,5 @@
 #include "text/line_reader.hpp"
 
-#include <cstring>
-
 #include "text/file_io.hpp"
 
 namespace orv {
@@ -9,7 +7,9 @@ namespace orv {
 namespace {
 
 // The whitespace of the C locale: blank, tab, newline, vertical tab, form feed, return.
-bool isBlankChar(unsigned char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool isBlankChar(unsigned char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 // Longest run that the word reader hands out in one piece.
 constexpr std::size_t kMaxWord = 4095;
@@ -35,14 +35,13 @@ bool readRawLine(LineReader& in, int& lineCount, std::string& line) {
     const std::string& data = in.data();
     const std::size_t pos = in.position();
     if (pos >= data.size()) return finishLine(line, true);
-    const void* hit = std::memchr(data.data() + pos, '\n', data.size() - pos);
-    const std::size_t end =
-        hit ? static_cast<std::size_t>(static_cast<const char*>(hit) - data.data()) : data.size();
+    const std::size_t nl = data.find('\n', pos);
+    const std::size_t end = nl == std::string::npos ? data.size() : nl;
     line.assign(data, pos, end - pos);
     for (char& c : line) {  // branch-free so that it vectorises
         c = static_cast<unsigned char>(c - '\t') <= '\r' - '\t' ? ' ' : c;
     }
-    if (hit == nullptr) {
+    if (nl == std::string::npos) {
         in.seek(end);
         return finishLine(line, true);
     }
@@ -101,7 +100,9 @@ bool readConfLine(LineReader& in, int& lineCount, std::string& line) {
     }
 }
 
-bool hasContent(const std::string& line) { return line.find_first_not_of(' ') != std::string::npos; }
+bool hasContent(const std::string& line) {
+    return line.find_first_not_of(' ') != std::string::npos;
+}
 
 }  // namespace
 

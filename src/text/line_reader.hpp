@@ -11,7 +11,7 @@ namespace orv {
 // Reads lines out of text held in memory. Files are read whole (readRegularFile) and
 // then walked here, which keeps the reader free of per-character stdio calls.
 class LineReader {
-public:
+  public:
     LineReader() = default;
     explicit LineReader(std::string text) : data_(std::move(text)) {}
     // Opens a regular file; false (and an empty reader) when it cannot be read.
@@ -23,7 +23,7 @@ public:
     std::size_t position() const { return pos_; }
     void seek(std::size_t pos) { pos_ = pos; }
 
-private:
+  private:
     std::string data_;
     std::size_t pos_ = 0;
 };

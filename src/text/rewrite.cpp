@@ -82,8 +82,7 @@ int reportRewrite(const std::string& file, RewriteStatus status, TmpNaming namin
         case RewriteStatus::Ok:
             return 1;
         case RewriteStatus::TmpOpenFailed:
-            alertI18nWithParameter(kCannotOpen,
-                                   naming == TmpNaming::Tmp ? tmpPathOf(file) : file);
+            alertI18nWithParameter(kCannotOpen, naming == TmpNaming::Tmp ? tmpPathOf(file) : file);
             return -1;
         case RewriteStatus::ReadFailed:
         case RewriteStatus::FileOpenFailed:
@@ -145,8 +144,7 @@ int replaceString3(const std::string& file, const std::string& key, const std::s
     return reportRewrite(file, rewriteLines(file, edit, finish), TmpNaming::Tmp);
 }
 
-int replaceStringInFile(const std::string& file, const std::string& key,
-                        const std::string& value) {
+int replaceStringInFile(const std::string& file, const std::string& key, const std::string& value) {
     // A value that still holds an unexpanded variable is never written.
     if (value.find('$') != std::string::npos) return 1;
     std::string edited;
@@ -167,13 +165,8 @@ int replaceStringWithoutComment(const std::string& file, const std::string& key,
     const auto edit = [&](const std::string& line, std::string& out) {
         std::string_view rest(line);
         rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
-        if (!rest.empty() && rest.front() == '#') {
-            appendLine(out, rest);
-        } else if (rest.find(key) != std::string_view::npos) {
-            appendLine(out, value);
-        } else {
-            appendLine(out, rest);
-        }
+        const bool comment = !rest.empty() && rest.front() == '#';
+        appendLine(out, !comment && rest.find(key) != std::string_view::npos ? value : rest);
     };
     return reportRewrite(file, rewriteLines(file, edit), TmpNaming::File);
 }

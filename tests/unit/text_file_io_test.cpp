@@ -1,13 +1,12 @@
 // Whole-file reads that refuse special files, and writes through a ".tmp" that never
 // follows a link and never loses the original on a failed write.
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "text/file_io.hpp"
 #include "text_test_support.hpp"

@@ -1,12 +1,11 @@
 // The logical-line reader, the word and quoted-value readers, the KEY=VALUE parser and
 // the key lookup in a file.
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "text/line_reader.hpp"
 #include "text_test_support.hpp"
@@ -114,16 +113,11 @@ TEST(TextReader, QuotedValues) {
         std::optional<std::string> second;
     };
     const std::vector<Case> cases = {
-        {"plain rest", "plain", "rest"},
-        {"\"a   b\" c", "a b", "c"},
-        {"\"abc\"def", "abc", std::nullopt},
-        {"\" abc\"", "abc", std::nullopt},
-        {"\"a \"", "a", std::nullopt},
-        {"\"a b\"c\" d", "a b\"c", "d"},
-        {"\"\"", "", std::nullopt},
-        {"\"unclosed and more", std::nullopt, std::nullopt},
-        {"\"", std::nullopt, std::nullopt},
-        {"   ", std::nullopt, std::nullopt},
+        {"plain rest", "plain", "rest"},     {"\"a   b\" c", "a b", "c"},
+        {"\"abc\"def", "abc", std::nullopt}, {"\" abc\"", "abc", std::nullopt},
+        {"\"a \"", "a", std::nullopt},       {"\"a b\"c\" d", "a b\"c", "d"},
+        {"\"\"", "", std::nullopt},          {"\"unclosed and more", std::nullopt, std::nullopt},
+        {"\"", std::nullopt, std::nullopt},  {"   ", std::nullopt, std::nullopt},
     };
     for (const Case& c : cases) {
         std::string_view cursor(c.text);
@@ -186,7 +180,8 @@ TEST_F(TextConfLookup, FindsTheFirstLineWithTheKey) {
     EXPECT_EQ(getConfByKey("A", conf), "x y");
     EXPECT_EQ(getConfByKey("B", conf), "2");
     EXPECT_EQ(getConfByKey("b", conf), std::nullopt);
-    EXPECT_EQ(getConfByKey("LONG", conf), std::nullopt);  // "LONG= tail" is the first malformed line
+    EXPECT_EQ(getConfByKey("LONG", conf),
+              std::nullopt);  // "LONG= tail" is the first malformed line
     EXPECT_EQ(getConfByKey("A", path("missing")), std::nullopt);
     EXPECT_EQ(getConfByKey("A", dir_), std::nullopt);
 }

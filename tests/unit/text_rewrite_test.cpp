@@ -1,6 +1,7 @@
 // The in-place line rewriters: what each variant writes, what it prints and leaves on
 // disk when something fails, and the safety rules of every rewrite (no link followed at
 // the ".tmp", no data lost on a failed write, no write for a no-op, no wait on a FIFO).
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,8 +9,6 @@
 #include <csignal>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "text/rewrite.hpp"
 #include "text_test_support.hpp"
@@ -30,7 +29,7 @@ struct EditCase {
 };
 
 class TextRewrite : public test::TextFileTest {
-protected:
+  protected:
     // Runs a primitive in a child and returns what it printed; its result goes to `result`.
     test::ChildRun runPrimitive(Primitive edit, const std::string& file, const std::string& key,
                                 const std::string& value) {
@@ -48,8 +47,8 @@ TEST_F(TextRewrite, WhatEachVariantWrites) {
     const std::vector<EditCase> cases = {
         {"replaceString replaces comments too", replaceString, "A=1\n#A=0\nXA=2\n", "A=", "A=5",
          "A=5\nA=5\nA=5\n"},
-        {"without comment keeps comments", replaceStringWithoutComment, "A=1\n#A=0\nXA=2\n", "A=",
-         "A=5", "A=5\n#A=0\nA=5\n"},
+        {"without comment keeps comments", replaceStringWithoutComment, "A=1\n#A=0\nXA=2\n",
+         "A=", "A=5", "A=5\n#A=0\nA=5\n"},
         {"empty value deletes lines", replaceString, "A=1\n#A=0\nB=2\n", "A=", "", "B=2\n"},
         {"absent key appended", replaceString3, "A=1\nB=2", "C=", "C=3", "A=1\nB=2\nC=3\n"},
         {"every match replaced, nothing appended", replaceString3, "A=1\nB=2\nA=3\n", "A=", "A=9",
@@ -65,12 +64,12 @@ TEST_F(TextRewrite, WhatEachVariantWrites) {
          "TOKEN", "/opt/x", "PATH=/opt/x/bin:TOKEN/lib\nO=1\n"},
         {"empty value removes the occurrence", replaceStringInFile, "A=TOKEN/x\n", "TOKEN", "",
          "A=/x\n"},
-        {"dollar value refused untouched", replaceStringInFile, "A\tTOKEN  \nB", "TOKEN",
-         "$HOME/x", "A\tTOKEN  \nB"},
-        {"leading blanks dropped everywhere", replaceStringWithoutComment,
-         "   KEY=1\n  # KEY=1\n", "OTHER=", "OTHER=2", "KEY=1\n# KEY=1\n"},
-        {"without comment: empty value", replaceStringWithoutComment, "A=1\n # A=1\nB=2\n", "A=",
-         "", "\n# A=1\nB=2\n"},
+        {"dollar value refused untouched", replaceStringInFile, "A\tTOKEN  \nB", "TOKEN", "$HOME/x",
+         "A\tTOKEN  \nB"},
+        {"leading blanks dropped everywhere", replaceStringWithoutComment, "   KEY=1\n  # KEY=1\n",
+         "OTHER=", "OTHER=2", "KEY=1\n# KEY=1\n"},
+        {"without comment: empty value", replaceStringWithoutComment, "A=1\n # A=1\nB=2\n",
+         "A=", "", "\n# A=1\nB=2\n"},
         {"tabs and trailing blanks folded", replaceString, "A=1\tB   \nK=1\n", "K=", "K=2",
          "A=1 B\nK=2\n"},
         {"tabs folded in a value", replaceString, "K=1\n", "K=", "K=a\tb ", "K=a b\n"},
@@ -78,13 +77,13 @@ TEST_F(TextRewrite, WhatEachVariantWrites) {
         {"final newline added", replaceString, "A=1\nB=2", "A=", "A=0", "A=0\nB=2\n"},
         {"CRLF endings", replaceString, "A=1\r\nB=2\r\n", "B=", "B=5", "A=1\nB=5\n"},
         {"NUL bytes kept", replaceString, "A\0B=1\nK=1\n"s, "K=", "K=2", "A\0B=1\nK=2\n"s},
-        {"last line of one word and blanks lost", replaceString, "A=1\nx   ", "A=", "A=2",
-         "A=2\n"},
+        {"last line of one word and blanks lost", replaceString, "A=1\nx   ", "A=", "A=2", "A=2\n"},
         {"blank lines keep one blank", replaceString, "A=1\n   \n\n", "A=", "A=2", "A=2\n \n\n"},
         {"empty key matches every line", replaceString, "a\nb\n", "", "z", "z\nz\n"},
         {"5000-character line replaced", replaceString, "A=1\nK=" + wide + "\n", "K=", "K=2",
          "A=1\nK=2\n"},
-        {"5000-character value", replaceString3, "A=1\n", "K=", "K=" + wide, "A=1\nK=" + wide + "\n"},
+        {"5000-character value", replaceString3, "A=1\n", "K=", "K=" + wide,
+         "A=1\nK=" + wide + "\n"},
         {"1 MB line kept", replaceStringWithoutComment, "K=1\n" + big + "\n", "K=", "K=2",
          "K=2\n" + big + "\n"},
     };
@@ -106,8 +105,8 @@ TEST_F(TextRewrite, UnreadableFilesAreReportedAndLeaveNoTemporaryFile) {
     const std::string fifo = path("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     for (const std::string& file : {path("missing"), dir_, fifo}) {
-        for (Primitive edit : {replaceString, replaceString3, replaceStringInFile,
-                               replaceStringWithoutComment}) {
+        for (Primitive edit :
+             {replaceString, replaceString3, replaceStringInFile, replaceStringWithoutComment}) {
             const test::ChildRun run = runPrimitive(edit, file, "A=", "A=1");
             EXPECT_EQ(run.result, kFailed) << file;
             EXPECT_EQ(run.output, "Cannot open file " + file + ".\n");
@@ -145,8 +144,8 @@ TEST_F(TextRewrite, LinkAtTheTemporaryPathIsNeverFollowed) {
 }
 
 TEST_F(TextRewrite, FileThatCannotBeWrittenIsReportedAndKeptAsItWas) {
-    for (Primitive edit : {replaceString, replaceString3, replaceStringInFile,
-                           replaceStringWithoutComment}) {
+    for (Primitive edit :
+         {replaceString, replaceString3, replaceStringInFile, replaceStringWithoutComment}) {
         const std::string file = write("orv.conf", "A=1\n");
         ASSERT_EQ(::chmod(file.c_str(), 0444), 0);
         const test::ChildRun run = test::runInChild("", [&] {

@@ -1,12 +1,11 @@
 // Tokenising, substrings, the last-occurrence search, placeholder substitution and
 // appending a line to a file.
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "text/strings.hpp"
 #include "text_test_support.hpp"
@@ -48,8 +47,8 @@ TEST(TextStrings, Substrings) {
         std::optional<std::string> result;
     };
     const std::vector<Case> cases = {
-        {2, 4, "cd"},  {4, 2, std::nullopt}, {0, 0, ""},     {-1, 2, std::nullopt},
-        {1, -1, std::nullopt}, {2, 100, "cdef"}, {10, 12, ""}, {0, 6, "abcdef"},
+        {2, 4, "cd"},          {4, 2, std::nullopt}, {0, 0, ""},   {-1, 2, std::nullopt},
+        {1, -1, std::nullopt}, {2, 100, "cdef"},     {10, 12, ""}, {0, 6, "abcdef"},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(subString2("abcdef", c.start, c.end), c.result) << c.start << "," << c.end;

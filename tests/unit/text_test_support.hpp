@@ -3,6 +3,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,14 +13,12 @@
 #include <filesystem>
 #include <string>
 
-#include <gtest/gtest.h>
-
 #include "child_process.hpp"
 
 namespace orv::test {
 
 class TextFileTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         char name[] = "/tmp/orv_text_test.XXXXXX";
         ASSERT_NE(mkdtemp(name), nullptr);

@@ -1,13 +1,12 @@
 // Element text of XML service profiles, found by a plain search for the setting's name:
 // replacing it (including values split over lines) and reading it.
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "text/xml_value.hpp"
 #include "text_test_support.hpp"
@@ -16,7 +15,7 @@ namespace orv {
 namespace {
 
 class TextXml : public test::TextFileTest {
-protected:
+  protected:
     static constexpr int kFailed = 0xff;  // -1 as the child's exit status
 };
 
@@ -40,9 +39,8 @@ TEST_F(TextXml, ReplacesTheTextAfterTheTag) {
          "<!-- <env name=\"OSC_PORT\">7000</env> -->\n<x><![CDATA[OSC_PORT>1<]]></x>\n"},
         {"empty element filled", "<env name=\"OSC_PORT\"></env>\n", "9000",
          "<env name=\"OSC_PORT\">9000</env>\n"},
-        {"only the first occurrence on a line counts",
-         "<a OSC_PORT=\"x\">1</a><b>OSC_PORT>2</b>\n", "9000",
-         "<a OSC_PORT=\"x\">9000</a><b>OSC_PORT>2</b>\n"},
+        {"only the first occurrence on a line counts", "<a OSC_PORT=\"x\">1</a><b>OSC_PORT>2</b>\n",
+         "9000", "<a OSC_PORT=\"x\">9000</a><b>OSC_PORT>2</b>\n"},
         {"no '>' after the tag: one is supplied; a shorter next line becomes empty",
          "<env name=\"OSC_PORT\"\n  >7000\n</env>\n<other>1</other>\n", "9000",
          "<env name=\"OSC_PORT\">9000\n\n</env>\n<other>1</other>\n"},
