@@ -7,10 +7,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <climits>
+#include <initializer_list>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "cli/messages.hpp"
 #include "context/cluster_identity.hpp"
@@ -54,6 +58,13 @@ bool isXmlKey(const std::string& key) {
         }
     }
     return false;
+}
+
+// A line of the reader's normal form (no whitespace but blanks, none trailing) reads back
+// as itself, so a later setting sees it exactly as a separate rewrite would.
+bool isPlainLine(const std::string& line) {
+    return line.find_first_of("\t\n\v\f\r") == std::string::npos &&
+           (line.size() < 2 || line.back() != ' ');
 }
 
 bool isDirectory(const std::string& path) {
@@ -155,6 +166,14 @@ public:
             set(file, key, offset);
         }
     }
+    void setKeyLines(const std::string& file,
+                     std::initializer_list<std::pair<const char*, int>> keys) {
+        std::vector<PortSetting> settings;
+        for (const auto& [key, offset] : keys) {
+            settings.push_back({key, std::to_string(base_ + offset)});
+        }
+        result_ |= chgKeyLines(file, settings);
+    }
 
 private:
     int base_;
@@ -163,9 +182,7 @@ private:
 
 void editKeyFiles(PortEditor& ed, const PortSide& side) {
     const std::string orvConf = side.confDir + "/orv.conf";
-    ed.set(orvConf, "ORV_LIM_PORT", 0);
-    ed.set(orvConf, "ORV_KD_PORT", 1);
-    ed.set(orvConf, "ORV_PEM_PORT", 2);
+    ed.setKeyLines(orvConf, {{"ORV_LIM_PORT", 0}, {"ORV_KD_PORT", 1}, {"ORV_PEM_PORT", 2}});
     if (side.top) {
         // The batch product's directory has always been named with a backslash here;
         // the form is kept so that existing installations keep being found.
@@ -257,6 +274,45 @@ int chgPorts(const std::string& file, const std::string& key, const std::string&
         return -1;
     }
     return 0;
+}
+
+int chgKeyLines(const std::string& file, const std::vector<PortSetting>& settings) {
+    std::vector<std::string> lines;
+    for (const PortSetting& s : settings) {
+        lines.push_back(s.key + "=" + s.value);
+    }
+    int result = 0;
+    std::size_t next = 0;
+    if (std::all_of(lines.begin(), lines.end(), isPlainLine)) {
+        // Each setting replaces whole lines that hold its key, so applying the settings in
+        // turn to every line leaves the text of one rewrite per setting, in one pass.
+        const auto edit = [&](const std::string& line, std::string& out) {
+            const std::string* current = &line;
+            for (std::size_t i = 0; i < settings.size(); ++i) {
+                if (current->find(settings[i].key) != std::string::npos) {
+                    current = &lines[i];
+                }
+            }
+            out += *current;
+            out.push_back('\n');
+        };
+        const RewriteStatus status = rewriteLines(file, edit);
+        if (status == RewriteStatus::Ok) {
+            return 0;
+        }
+        if (status == RewriteStatus::WriteFailed && !settings.empty()) {
+            // The failed write, already reported, stands for the first setting's edit.
+            alertI18nWithTwoParameters(kSetFailed, settings[0].key, settings[0].value);
+            result = -1;
+            next = 1;
+        }
+    }
+    // Nothing was written or printed: the settings are edited one by one, so that each
+    // reports its own failure exactly as it always has.
+    for (; next < settings.size(); ++next) {
+        result |= chgPorts(file, settings[next].key, settings[next].value);
+    }
+    return result;
 }
 
 int checkPortsInUse(int base, int count) {

@@ -3,10 +3,21 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orv {
 
 int chgPorts(const std::string& file, const std::string& key, const std::string& value);
+
+// One key line to set: the key and the decimal text of its port.
+struct PortSetting {
+    std::string key;
+    std::string value;
+};
+
+// Sets several key lines (no XML keys) of one file in a single rewrite, with the file
+// text, the messages and the result that one chgPorts call per setting would give.
+int chgKeyLines(const std::string& file, const std::vector<PortSetting>& settings);
 int checkPortsInUse(int base, int count);
 int orvconfig_setbaseport(const std::string& baseportstr, const char* pname);
 
