@@ -122,8 +122,8 @@ step() {
     env -i PATH="$PATH" "${envs[@]}" "$BIN" "$@" <"${STEP_INPUT:-/dev/null}" 2>&1 || status=$?
     printf -- '-> exit status %d\n' "$status"
     if ! (cd "$BEFORE" && diff -ru sandbox "$SANDBOX" >"$BEFORE/diff"); then
-        echo "-> changes in the sandbox:"
-        sed "s|$SANDBOX|sandbox|g" "$BEFORE/diff"
+        echo "-> changes in the sandbox (<sandbox> stands for $SANDBOX):"
+        sed -e "s|$SANDBOX|<sandbox>|g" -e '/^diff -ru /d' "$BEFORE/diff"
     else
         echo "-> no file changed"
     fi
@@ -181,37 +181,56 @@ install_vos() {
 }
 
 # --- the walk-through ---------------------------------------------------------------------
+# say TEXT: a line of narration between the steps.
+say() { printf '\n%s# %s%s\n' "$BOLD" "$*" "$PLAIN"; }
+
 make_sandbox
 for h in $HOSTS; do write_kernel_install "$h"; done
 as_host hostA
 
+say "The command line: usage, version banner, a usage error."
 step -h
 step -V
 step join
 
-# The master of a new cluster fills the shared top and moves onto it; a second host
-# follows as a candidate; then the batch product, installed afterwards, is moved too.
+say "hostA creates the cluster as its master; hostB and hostC join it."
 step join hostA -f
+as_host hostB
+step join hostA -f
+as_host hostC
+step join hostA -f
+
+say "The master fills the shared top and moves onto it; hostB follows as a management host."
+as_host hostA
 step mghost "$SANDBOX/share" -f
 as_host hostB
 step mghost "$SANDBOX/share" -f
+
+say "hostB becomes the second master candidate (a new master must already be a candidate)."
 as_host hostA "$SANDBOX/share/kernel/conf"
+step masterlist hostB,hostA
+step masterlist hostA,hostB
+
+say "The batch product, installed afterwards, moves onto the shared top too."
 install_vos hostA
 step mghost vos -f
 
-# The candidate goes back to its local configuration directory.
-as_host hostB "$SANDBOX/share/kernel/conf"
-step unsetmghost -f
-as_host hostA "$SANDBOX/share/kernel/conf"
-
-# The master moves its port block on both sides; the HDFS port lives in the shared
-# NameNode profile.
+say "The master moves its port block on both sides; the HDFS port lives in the shared NameNode profile."
 mkdir -p "$SANDBOX/share/oservice/osc/conf/services"
 printf '<Service name="NameNode">\n    <Environment name="HOV_HDFS_PORT">8020</Environment>\n</Service>\n' \
     >"$SANDBOX/share/oservice/osc/conf/services/namenode.xml"
 step setbaseport 26869
 step hovhdfsport show
 step hovhdfsport set 28020
+
+say "hostC, a compute host, is tagged for harvesting and gets a numeric resource."
+as_host hostC
+step addresourceattr "[resource scvg] [resourcemap 2*slots]"
+
+say "hostB goes back to its local configuration directory and leaves the master list."
+as_host hostB "$SANDBOX/share/kernel/conf"
+step unsetmghost -f
+as_host hostA "$SANDBOX/share/kernel/conf"
 
 if [ "${KEEP_SANDBOX:-0}" = 1 ]; then
     echo
