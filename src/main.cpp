@@ -1,6 +1,15 @@
+#include <csignal>
+
 #include "cli/usage.hpp"
+#include "text/file_io.hpp"
 
 // The dispatcher's -1 becomes exit status 255.
 int main(int argc, char** argv) {
-    return orv::orvconfigMain(argc, argv) == 0 ? 0 : 255;
+    // Past the file-size limit a write must fail and be reported, not kill the process
+    // between the two passes of an edit.
+    std::signal(SIGXFSZ, SIG_IGN);
+    const int result = orv::orvconfigMain(argc, argv);
+    // A file that could not be written fails the run, also where a command goes on past
+    // the failed edit.
+    return result == 0 && !orv::anyWriteFailed() ? 0 : 255;
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <new>
+#include <set>
 
 #include "cli/messages.hpp"
 
@@ -43,6 +44,17 @@ int openRetrying(const char* path, int flags, mode_t mode = 0) {
         fd = ::open(path, flags, mode);
     } while (fd < 0 && errno == EINTR);
     return fd;
+}
+
+// Set once any write of the run failed, so that the run ends with a failure status even
+// where a command goes on past a failed edit.
+bool writeFailure = false;
+
+// Files whose ".tmp" was kept because it holds the only complete copy of their new text.
+// No later edit in the same run may create that ".tmp" afresh and so destroy it.
+std::set<std::string>& keptTmps() {
+    static std::set<std::string> files;
+    return files;
 }
 
 bool isRegularFd(int fd) {
@@ -96,6 +108,7 @@ bool fillTmp(UniqueFd& fd, const std::string& tmp, std::string_view content, boo
     ok = fd.close() && ok;
     if (ok) return true;
     ::unlink(tmp.c_str());
+    writeFailure = true;
     alertI18nWithParameter("Cannot write file %s.", tmp);
     return false;
 }
@@ -107,9 +120,12 @@ bool rewriteInPlace(UniqueFd& fd, const std::string& file, const std::string& tm
     bool ok = ::ftruncate(fd.get(), 0) == 0 && writeAll(fd.get(), content) &&
               (!sync || ::fsync(fd.get()) == 0);
     ok = fd.close() && ok;
-    if (!ok)
+    if (!ok) {
+        writeFailure = true;
+        keptTmps().insert(file);
         alertI18nWithTwoParameters("Cannot write file %s. Its new content is kept in %s.", file,
                                    tmp);
+    }
     return ok;
 }
 
@@ -153,6 +169,7 @@ bool isRegularFile(const std::string& path) {
 CommitResult commitRewrite(const std::string& file, std::string_view original,
                            std::string_view updated, bool keepTmpOnFileOpenFailure) {
     const std::string tmp = tmpPathOf(file);
+    if (keptTmps().count(file) != 0) return CommitResult::TmpOpenFailed;
     UniqueFd tmpFd = openTmp(tmp);
     if (!tmpFd) return CommitResult::TmpOpenFailed;
     // An edit that changes nothing leaves the file (and its mtime) alone. The ".tmp" is
@@ -166,10 +183,13 @@ CommitResult commitRewrite(const std::string& file, std::string_view original,
 }
 
 CommitResult writeThroughTmp(const std::string& target, std::string_view content) {
+    if (keptTmps().count(target) != 0) return CommitResult::TmpOpenFailed;
     UniqueFd tmpFd = openTmp(tmpPathOf(target));
     if (!tmpFd) return CommitResult::TmpOpenFailed;
     return writeBoth(target, content, false, true, false, tmpFd);
 }
+
+bool anyWriteFailed() { return writeFailure; }
 
 bool appendToFile(const std::string& path, std::string_view text) {
     UniqueFd fd = openRegularForWrite(path, O_CREAT | O_APPEND);

@@ -39,6 +39,10 @@ CommitResult commitRewrite(const std::string& file, std::string_view original,
 // target is overwritten).
 CommitResult writeThroughTmp(const std::string& target, std::string_view content);
 
+// True once a write of this run failed ("Cannot write file" was printed). A file whose
+// new text was kept in its ".tmp" is not edited again in the same run (TmpOpenFailed).
+bool anyWriteFailed();
+
 // Appends text to a file (created when missing, never a link target's special file).
 // False when it cannot be opened or written.
 bool appendToFile(const std::string& path, std::string_view text);
