@@ -8,3 +8,9 @@ if(STRACE)
   set_tests_properties(reliability_kill_points PROPERTIES
     ENVIRONMENT "${ORV_RELIABILITY_ENV}" TIMEOUT 600)
 endif()
+if(STRACE)
+  add_test(NAME reliability_write_faults
+           COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/reliability/write_faults.sh)
+  set_tests_properties(reliability_write_faults PROPERTIES
+    ENVIRONMENT "${ORV_RELIABILITY_ENV}" TIMEOUT 600)
+endif()
