@@ -115,7 +115,11 @@ trap 'rm -rf "$BEFORE"' EXIT
 step() {
     local -a envs
     mapfile -t envs < <(host_env)
-    printf '\n%s[%s]$ orvconfig %s%s\n' "$BOLD" "$AS_HOST" "$*" "$PLAIN"
+    local shown="" a
+    for a in "$@"; do
+        case $a in *[[:space:]\[\]\*]*) shown+=" \"$a\"" ;; *) shown+=" $a" ;; esac
+    done
+    printf '\n%s[%s]$ orvconfig%s%s\n' "$BOLD" "$AS_HOST" "$shown" "$PLAIN"
     rm -rf "$BEFORE/sandbox"
     cp -a "$SANDBOX" "$BEFORE/sandbox"
     local status=0
