@@ -113,11 +113,14 @@ bool fillTmp(UniqueFd& fd, const std::string& tmp, std::string_view content, boo
     return false;
 }
 
-// Rewrites an open file in place (same inode). On failure the ".tmp" is kept, since it
-// then holds the only complete copy of the new text.
+// Rewrites an open file in place (same inode). The new text is written over the old one
+// and the file then cut to its length, so the file system keeps the file's blocks instead
+// of freeing and allocating them again (on a large file that costs as much as the write).
+// On failure the ".tmp" is kept, since it then holds the only complete copy of the text.
 bool rewriteInPlace(UniqueFd& fd, const std::string& file, const std::string& tmp,
                     std::string_view content, bool sync) {
-    bool ok = ::ftruncate(fd.get(), 0) == 0 && writeAll(fd.get(), content) &&
+    bool ok = writeAll(fd.get(), content) &&
+              ::ftruncate(fd.get(), static_cast<off_t>(content.size())) == 0 &&
               (!sync || ::fsync(fd.get()) == 0);
     ok = fd.close() && ok;
     if (!ok) {
