@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "cli/messages.hpp"
 #include "text/file_io.hpp"
@@ -15,31 +16,25 @@ namespace {
 
 constexpr const char* kCannotOpen = "Cannot open file %s.";
 
-// True when one of tab, newline, vertical tab, form feed or carriage return occurs.
-// Written as a branch-free reduction so that it vectorises.
-bool hasFoldedWhitespace(const char* p, std::size_t n) {
-    unsigned found = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        found |= static_cast<unsigned char>(p[i] - '\t') <= '\r' - '\t' ? 1U : 0U;
-    }
-    return found != 0;
-}
-
 // True when reading the text back line by line would give it unchanged: it ends in a
 // newline, holds no whitespace but blanks and newlines, and no line longer than one
 // character ends in a blank. Edited files are nearly always in this form already.
+// Two sweeps over the whole text, branch-free so that they vectorise.
 bool isNormalForm(std::string_view text) {
     if (text.empty()) return true;
     if (text.back() != '\n') return false;
-    const char* p = text.data();
-    const char* const end = p + text.size();
-    while (p < end) {
-        const auto* nl = static_cast<const char*>(std::memchr(p, '\n', end - p));
-        const auto len = static_cast<std::size_t>(nl - p);
-        if ((len > 1 && nl[-1] == ' ') || hasFoldedWhitespace(p, len)) return false;
-        p = nl + 1;
+    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+    const std::size_t n = text.size();
+    unsigned bad = 0;
+    for (std::size_t i = 0; i < n; ++i) {  // tab, vertical tab, form feed, return
+        bad |= static_cast<unsigned>(static_cast<unsigned char>(p[i] - '\t') <= '\r' - '\t') &
+               static_cast<unsigned>(p[i] != '\n');
     }
-    return true;
+    for (std::size_t i = 2; i < n; ++i) {  // a blank ending a line that is not only a blank
+        bad |= static_cast<unsigned>(p[i] == '\n') & static_cast<unsigned>(p[i - 1] == ' ') &
+               static_cast<unsigned>(p[i - 2] != '\n');
+    }
+    return bad == 0;
 }
 
 // Every edited text is read back line by line before it is stored, as the file is copied
@@ -99,6 +94,64 @@ void appendLine(std::string& out, std::string_view line) {
     out.push_back('\n');
 }
 
+std::string reservedOutput(const std::string& text) {
+    std::string out;
+    out.reserve(text.size() + text.size() / 16 + 64);
+    return out;
+}
+
+void editEveryLine(LineReader& in, const LineEditor& edit, std::string& out) {
+    int lineCount = 0;
+    std::string line;
+    while (getNextLineD_(in, lineCount, 0, line)) edit(line, out);
+}
+
+// Start of the line holding position pos.
+std::size_t lineStartOf(std::string_view text, std::size_t pos) {
+    const std::size_t nl = pos == 0 ? std::string_view::npos : text.rfind('\n', pos - 1);
+    return nl == std::string_view::npos ? 0 : nl + 1;
+}
+
+// Starts of the lines that hold at least one of the needles, in order, each once. A
+// needle with a newline can never be part of a line and is not looked for.
+std::vector<std::size_t> linesHolding(std::string_view text,
+                                      const std::vector<std::string>& needles) {
+    std::vector<std::size_t> starts;
+    for (const std::string& needle : needles) {
+        if (needle.find('\n') != std::string::npos) continue;
+        std::size_t from = 0;
+        while (const void* hit =
+                   ::memmem(text.data() + from, text.size() - from, needle.data(), needle.size())) {
+            const auto pos = static_cast<std::size_t>(static_cast<const char*>(hit) - text.data());
+            starts.push_back(lineStartOf(text, pos));
+            from = text.find('\n', pos) + 1;  // the next line
+        }
+    }
+    std::sort(starts.begin(), starts.end());
+    starts.erase(std::unique(starts.begin(), starts.end()), starts.end());
+    return starts;
+}
+
+// Copies a text in the reader's form, handing only the given lines to the editor. The
+// result needs no read-back unless an edited line came out in another form.
+bool editLinesAt(const std::string& text, const std::vector<std::size_t>& starts,
+                 const LineEditor& edit, std::string& out) {
+    bool normal = true;
+    std::size_t copied = 0;
+    std::string line;
+    for (const std::size_t start : starts) {
+        const std::size_t end = text.find('\n', start);
+        out.append(text, copied, start - copied);
+        line.assign(text, start, end - start);
+        const std::size_t before = out.size();
+        edit(line, out);
+        normal = normal && isNormalForm(std::string_view(out).substr(before));
+        copied = end + 1;
+    }
+    out.append(text, copied);
+    return normal;
+}
+
 }  // namespace
 
 RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
@@ -106,14 +159,28 @@ RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
                            bool keepTmpOnFileOpenFailure) {
     LineReader in;
     if (!in.open(file)) return RewriteStatus::ReadFailed;
-    std::string out;
-    out.reserve(in.data().size() + in.data().size() / 16 + 64);
-    int lineCount = 0;
-    std::string line;
-    while (getNextLineD_(in, lineCount, 0, line)) edit(line, out);
+    std::string out = reservedOutput(in.data());
+    editEveryLine(in, edit, out);
     if (finish) finish(out);
     normalizeLines(out);
     return statusOf(commitRewrite(file, in.data(), out, keepTmpOnFileOpenFailure));
+}
+
+RewriteStatus rewriteLinesHolding(const std::string& file, const std::vector<std::string>& needles,
+                                  const LineEditor& edit) {
+    LineReader in;
+    if (!in.open(file)) return RewriteStatus::ReadFailed;
+    const std::string& text = in.data();
+    std::string out = reservedOutput(text);
+    const bool emptyNeedle =
+        std::any_of(needles.begin(), needles.end(), [](const std::string& n) { return n.empty(); });
+    if (emptyNeedle || !isNormalForm(text)) {
+        editEveryLine(in, edit, out);
+        normalizeLines(out);
+    } else if (!editLinesAt(text, linesHolding(text, needles), edit, out)) {
+        normalizeLines(out);
+    }
+    return statusOf(commitRewrite(file, text, out, false));
 }
 
 int replaceString(const std::string& file, const std::string& key, const std::string& value) {

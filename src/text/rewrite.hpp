@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace orv {
 
@@ -30,5 +31,13 @@ using LineEditor = std::function<void(const std::string& line, std::string& out)
 RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
                            const std::function<void(std::string& out)>& finish = nullptr,
                            bool keepTmpOnFileOpenFailure = false);
+
+// As rewriteLines, for an editor that writes every line holding none of `needles` as it
+// is, followed by its newline. When the file is already in the form the line reader gives
+// back, only the lines that hold a needle are handed to `edit` (found by searching the
+// whole text) and the text between them is copied in one piece: the same result in a
+// fraction of the time on a large file. Otherwise every line is edited as rewriteLines does.
+RewriteStatus rewriteLinesHolding(const std::string& file, const std::vector<std::string>& needles,
+                                  const LineEditor& edit);
 
 }  // namespace orv
