@@ -277,8 +277,10 @@ int chgPorts(const std::string& file, const std::string& key, const std::string&
 }
 
 int chgKeyLines(const std::string& file, const std::vector<PortSetting>& settings) {
+    std::vector<std::string> keys;
     std::vector<std::string> lines;
     for (const PortSetting& s : settings) {
+        keys.push_back(s.key);
         lines.push_back(s.key + "=" + s.value);
     }
     int result = 0;
@@ -296,7 +298,7 @@ int chgKeyLines(const std::string& file, const std::vector<PortSetting>& setting
             out += *current;
             out.push_back('\n');
         };
-        const RewriteStatus status = rewriteLines(file, edit);
+        const RewriteStatus status = rewriteLinesHolding(file, keys, edit);
         if (status == RewriteStatus::Ok) {
             return 0;
         }
