@@ -85,6 +85,26 @@ bool writeAll(int fd, std::string_view data) {
     return true;
 }
 
+bool writeAll(int fd, const TextPieces& pieces) {
+    return std::all_of(pieces.begin(), pieces.end(),
+                       [fd](std::string_view piece) { return writeAll(fd, piece); });
+}
+
+std::size_t sizeOf(const TextPieces& pieces) {
+    std::size_t size = 0;
+    for (const std::string_view piece : pieces) size += piece.size();
+    return size;
+}
+
+bool samePieces(std::string_view text, const TextPieces& pieces) {
+    if (sizeOf(pieces) != text.size()) return false;
+    for (const std::string_view piece : pieces) {
+        if (text.substr(0, piece.size()) != piece) return false;
+        text.remove_prefix(piece.size());
+    }
+    return true;
+}
+
 // Reads straight into the string, sized from fstat (one spare byte lets the end of a file
 // of unchanged size be seen without growing); files that grow meanwhile are read whole.
 bool readAll(int fd, std::string& out, std::size_t sizeHint) {
@@ -103,7 +123,7 @@ bool readAll(int fd, std::string& out, std::size_t sizeHint) {
 }
 
 // Fills the ".tmp"; on failure it is removed and the failure reported with its path.
-bool fillTmp(UniqueFd& fd, const std::string& tmp, std::string_view content, bool sync) {
+bool fillTmp(UniqueFd& fd, const std::string& tmp, const TextPieces& content, bool sync) {
     bool ok = writeAll(fd.get(), content) && (!sync || ::fsync(fd.get()) == 0);
     ok = fd.close() && ok;
     if (ok) return true;
@@ -118,9 +138,9 @@ bool fillTmp(UniqueFd& fd, const std::string& tmp, std::string_view content, boo
 // of freeing and allocating them again (on a large file that costs as much as the write).
 // On failure the ".tmp" is kept, since it then holds the only complete copy of the text.
 bool rewriteInPlace(UniqueFd& fd, const std::string& file, const std::string& tmp,
-                    std::string_view content, bool sync) {
+                    const TextPieces& content, bool sync) {
     bool ok = writeAll(fd.get(), content) &&
-              ::ftruncate(fd.get(), static_cast<off_t>(content.size())) == 0 &&
+              ::ftruncate(fd.get(), static_cast<off_t>(sizeOf(content))) == 0 &&
               (!sync || ::fsync(fd.get()) == 0);
     ok = fd.close() && ok;
     if (!ok) {
@@ -132,7 +152,7 @@ bool rewriteInPlace(UniqueFd& fd, const std::string& file, const std::string& tm
     return ok;
 }
 
-CommitResult writeBoth(const std::string& file, std::string_view content, bool sync,
+CommitResult writeBoth(const std::string& file, const TextPieces& content, bool sync,
                        bool createFile, bool keepTmpOnFileOpenFailure, UniqueFd& tmpFd) {
     const std::string tmp = tmpPathOf(file);
     if (!fillTmp(tmpFd, tmp, content, sync)) return CommitResult::TmpWriteFailed;
@@ -171,13 +191,18 @@ bool isRegularFile(const std::string& path) {
 
 CommitResult commitRewrite(const std::string& file, std::string_view original,
                            std::string_view updated, bool keepTmpOnFileOpenFailure) {
+    return commitRewrite(file, original, TextPieces{updated}, keepTmpOnFileOpenFailure);
+}
+
+CommitResult commitRewrite(const std::string& file, std::string_view original,
+                           const TextPieces& updated, bool keepTmpOnFileOpenFailure) {
     const std::string tmp = tmpPathOf(file);
     if (keptTmps().count(file) != 0) return CommitResult::TmpOpenFailed;
     UniqueFd tmpFd = openTmp(tmp);
     if (!tmpFd) return CommitResult::TmpOpenFailed;
     // An edit that changes nothing leaves the file (and its mtime) alone. The ".tmp" is
     // still created first, so a directory that refuses it is reported as before.
-    if (updated == original) {
+    if (samePieces(original, updated)) {
         tmpFd.close();
         ::unlink(tmp.c_str());
         return CommitResult::Unchanged;
@@ -189,10 +214,12 @@ CommitResult writeThroughTmp(const std::string& target, std::string_view content
     if (keptTmps().count(target) != 0) return CommitResult::TmpOpenFailed;
     UniqueFd tmpFd = openTmp(tmpPathOf(target));
     if (!tmpFd) return CommitResult::TmpOpenFailed;
-    return writeBoth(target, content, false, true, false, tmpFd);
+    return writeBoth(target, TextPieces{content}, false, true, false, tmpFd);
 }
 
-bool anyWriteFailed() { return writeFailure; }
+bool anyWriteFailed() {
+    return writeFailure;
+}
 
 bool appendToFile(const std::string& path, std::string_view text) {
     UniqueFd fd = openRegularForWrite(path, O_CREAT | O_APPEND);

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orv {
 
@@ -33,6 +34,14 @@ enum class CommitResult {
 // "Cannot write file %s. Its new content is kept in %s."); open failures are the caller's.
 CommitResult commitRewrite(const std::string& file, std::string_view original,
                            std::string_view updated, bool keepTmpOnFileOpenFailure = false);
+
+// The new text of an edit given as pieces in order, so that a large text made mostly of
+// spans of the old one is written without being joined first.
+using TextPieces = std::vector<std::string_view>;
+
+// As commitRewrite, for a new text given as pieces.
+CommitResult commitRewrite(const std::string& file, std::string_view original,
+                           const TextPieces& updated, bool keepTmpOnFileOpenFailure = false);
 
 // Writes `content` to `target` through "<target>.tmp" without fsync (used by copies).
 // Returns the same codes as commitRewrite (Unchanged is never returned; an existing

@@ -132,24 +132,34 @@ std::vector<std::size_t> linesHolding(std::string_view text,
     return starts;
 }
 
-// Copies a text in the reader's form, handing only the given lines to the editor. The
-// result needs no read-back unless an edited line came out in another form.
+// The pieces of a text in the reader's form with only the given lines handed to the
+// editor: the spans of the text between those lines and the editor's output for each
+// (kept in `edited`). False when an edited line came out in a form the read-back changes.
 bool editLinesAt(const std::string& text, const std::vector<std::size_t>& starts,
-                 const LineEditor& edit, std::string& out) {
+                 const LineEditor& edit, std::vector<std::string>& edited, TextPieces& pieces) {
+    const std::string_view whole(text);
+    edited.assign(starts.size(), std::string());  // sized first: the views stay valid
     bool normal = true;
     std::size_t copied = 0;
     std::string line;
-    for (const std::size_t start : starts) {
-        const std::size_t end = text.find('\n', start);
-        out.append(text, copied, start - copied);
-        line.assign(text, start, end - start);
-        const std::size_t before = out.size();
-        edit(line, out);
-        normal = normal && isNormalForm(std::string_view(out).substr(before));
+    for (std::size_t i = 0; i < starts.size(); ++i) {
+        const std::size_t end = text.find('\n', starts[i]);
+        pieces.push_back(whole.substr(copied, starts[i] - copied));
+        line.assign(text, starts[i], end - starts[i]);
+        edit(line, edited[i]);
+        normal = normal && isNormalForm(edited[i]);
+        pieces.push_back(edited[i]);
         copied = end + 1;
     }
-    out.append(text, copied);
+    pieces.push_back(whole.substr(copied));
     return normal;
+}
+
+std::string joined(const TextPieces& pieces, std::size_t sizeHint) {
+    std::string out;
+    out.reserve(sizeHint + sizeHint / 16 + 64);
+    for (const std::string_view piece : pieces) out += piece;
+    return out;
 }
 
 }  // namespace
@@ -168,19 +178,28 @@ RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
 
 RewriteStatus rewriteLinesHolding(const std::string& file, const std::vector<std::string>& needles,
                                   const LineEditor& edit) {
+    // Past this many pieces, joining them costs less than writing each on its own.
+    constexpr std::size_t kMaxPieces = 257;
     LineReader in;
     if (!in.open(file)) return RewriteStatus::ReadFailed;
     const std::string& text = in.data();
-    std::string out = reservedOutput(text);
     const bool emptyNeedle =
         std::any_of(needles.begin(), needles.end(), [](const std::string& n) { return n.empty(); });
+    std::string out;
     if (emptyNeedle || !isNormalForm(text)) {
+        out = reservedOutput(text);
         editEveryLine(in, edit, out);
-        normalizeLines(out);
-    } else if (!editLinesAt(text, linesHolding(text, needles), edit, out)) {
-        normalizeLines(out);
+    } else {
+        std::vector<std::string> edited;
+        TextPieces pieces;
+        const bool normal = editLinesAt(text, linesHolding(text, needles), edit, edited, pieces);
+        if (normal && pieces.size() <= kMaxPieces) {
+            return statusOf(commitRewrite(file, text, pieces));
+        }
+        out = joined(pieces, text.size());
     }
-    return statusOf(commitRewrite(file, text, out, false));
+    normalizeLines(out);
+    return statusOf(commitRewrite(file, text, out));
 }
 
 int replaceString(const std::string& file, const std::string& key, const std::string& value) {
