@@ -81,6 +81,14 @@ TEST_F(RewriteHolding, PinnedCases) {
     EXPECT_EQ(both("A=1\nB=2\n", {""}, {"X"}), "X\nX\n");
     EXPECT_EQ(both("", {"A="}, {"A=5"}), "");
     EXPECT_EQ(both("A=1\n\n \nA=1", {"A="}, {"A=5"}), "A=5\n\n \nA=5\n");
+    // Many edited lines, and an edit on the last line.
+    std::string many, expected;
+    for (int i = 0; i < 300; ++i) {
+        many += "B" + std::to_string(i) + "\nA=" + std::to_string(i) + "\n";
+        expected += "B" + std::to_string(i) + "\nA=x\n";
+    }
+    EXPECT_EQ(both(many, {"A="}, {"A=x"}), expected);
+    EXPECT_EQ(both("B\nA=1\n", {"A="}, {"A=x"}), "B\nA=x\n");
 }
 
 TEST_F(RewriteHolding, UnchangedTextIsNotWrittenAndFailuresAreStatuses) {
