@@ -3,12 +3,16 @@
 set -eu
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
 "$ROOT/scripts/bootstrap.sh" >/dev/null
-BUILD=${BENCH_BUILD_DIR:-$ROOT/build-bench}
-if [ ! -x "$BUILD/orvconfig" ] || [ -z "${BENCH_NO_REBUILD:-}" ]; then
-    cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORV_TESTS=OFF >/dev/null
-    cmake --build "$BUILD" --target orvconfig >/dev/null
+if [ -n "${BENCH_ORVCONFIG:-}" ]; then
+    ORV=$BENCH_ORVCONFIG  # a binary built elsewhere: the smoke test runs the test build's
+else
+    BUILD=${BENCH_BUILD_DIR:-$ROOT/build-bench}
+    if [ ! -x "$BUILD/orvconfig" ] || [ -z "${BENCH_NO_REBUILD:-}" ]; then
+        cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORV_TESTS=OFF >/dev/null
+        cmake --build "$BUILD" --target orvconfig >/dev/null
+    fi
+    ORV=$BUILD/orvconfig
 fi
-ORV=$BUILD/orvconfig
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/orvbench.XXXXXX")
 trap 'rm -rf "$WORK"' EXIT
 NSS_LIB=$(for d in /usr/lib/x86_64-linux-gnu /usr/lib64 /usr/lib; do
@@ -35,12 +39,14 @@ End Host
 C
 }
 
-# bench_env DIR: the environment line that runs orvconfig in the tree as hostA.
+# bench_env DIR: the environment line that runs orvconfig in the tree as hostA (the last
+# two settings matter only to a sanitizer build, such as the one the smoke test runs).
 bench_env() {
     local t=$1
     echo "LD_PRELOAD=$NSS_LIB NSS_WRAPPER_PASSWD=$t/nss/passwd NSS_WRAPPER_GROUP=$t/nss/group" \
         "NSS_WRAPPER_HOSTS=$t/nss/hosts NSS_WRAPPER_HOSTNAME=hostA ORV_TOP=$t/top" \
-        "ORV_CONFDIR=$t/top/kernel/conf ORV_LOCAL_CONFDIR=$t/top/kernel/conf"
+        "ORV_CONFDIR=$t/top/kernel/conf ORV_LOCAL_CONFDIR=$t/top/kernel/conf" \
+        "NSS_WRAPPER_DISABLE_DEEPBIND=1 ASAN_OPTIONS=verify_asan_link_order=0"
 }
 
 # mean_of JSON: mean seconds of each command of a hyperfine JSON export, one per line.
