@@ -501,3 +501,12 @@ mg_setup_demote() {
     sed -i "s|^ORV_WORKDIR=.*|ORV_WORKDIR=$SHARE/kernel/work|" "$CCONF/orv.conf"
     ORV_CONFDIR_DIR=$SCONF
 }
+
+# run_orv_timeout SECONDS ARGS...: run_orv, killed after SECONDS (status 124 when it hung).
+run_orv_timeout() {
+    local secs=$1
+    shift
+    local -a envs
+    mapfile -t envs < <(orv_env)
+    run timeout "$secs" env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" <"${ORV_STDIN:-/dev/null}"
+}
