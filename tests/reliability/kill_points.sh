@@ -45,6 +45,7 @@ check_catches_loss() {
     local rel
     for rel in "${REL_CHANGED[@]}"; do
         rel_restore
+        mkdir -p "$(dirname "$T/$rel")"
         [ -f "$T/$rel" ] || cp "$W/clean/$rel" "$T/$rel"
         head -c $(($(wc -c <"$T/$rel") / 2)) "$W/clean/$rel" >"$T/$rel"
         rel_check_tree >/dev/null && rel_die "the check missed a half-written $rel"
@@ -57,7 +58,7 @@ check_catches_loss() {
     return 0
 }
 
-TOTAL=0 LOSSES=0 SURVIVED=0
+TOTAL=0 LOSSES=0 SURVIVED=0 DONE=0
 run_scenario() {
     local name=$1 s n count line tried=0
     rel_scenario "$name"
@@ -84,6 +85,7 @@ run_scenario() {
         tried=$((tried + count))
     done
     TOTAL=$((TOTAL + tried))
+    DONE=$((DONE + 1))
     echo "$line ($tried kill points, ${#REL_TRACKED[@]} files tracked)"
 }
 
@@ -91,4 +93,5 @@ rel_setup_work
 [ $# -gt 0 ] || set -- "${REL_SCENARIOS[@]}"
 for name in "$@"; do run_scenario "$name"; done
 echo "kill points tried: $TOTAL; runs with a lost file: $LOSSES; kill points not reached: $SURVIVED"
+[ "$DONE" -eq $# ] || rel_die "only $DONE of $# scenarios ran to the end"
 [ "$LOSSES" -eq 0 ] && [ "$SURVIVED" -eq 0 ]

@@ -158,6 +158,7 @@ size_limit() {
 
 rel_setup_work
 [ $# -gt 0 ] || set -- "${REL_SCENARIOS[@]}"
+DONE=0
 for name in "$@"; do
     rel_scenario "$name"
     rel_clean_run "$name"
@@ -165,6 +166,8 @@ for name in "$@"; do
     inject_faults "$name"
     size_limit "$name"
     echo "$name: $((TRIED - before)) fault cases"
+    DONE=$((DONE + 1))
 done
+[ "$DONE" -eq $# ] || rel_die "only $DONE of $# scenarios ran to the end"
 echo "write fault cases tried: $TRIED; failed: $FAILS"
 [ "$FAILS" -eq 0 ]
