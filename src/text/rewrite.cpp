@@ -112,19 +112,71 @@ std::size_t lineStartOf(std::string_view text, std::size_t pos) {
     return nl == std::string_view::npos ? 0 : nl + 1;
 }
 
+// Position of the next occurrence of needle in text at or after from, or npos.
+std::size_t findFrom(std::string_view text, std::size_t from, std::string_view needle) {
+    const void* hit =
+        ::memmem(text.data() + from, text.size() - from, needle.data(), needle.size());
+    return hit == nullptr ? std::string_view::npos
+                          : static_cast<std::size_t>(static_cast<const char*>(hit) - text.data());
+}
+
+// The longest text that every needle holds ("" when they share none, or when a needle is
+// too long for the search to be worth it).
+std::string sharedPart(const std::vector<std::string_view>& needles) {
+    constexpr std::size_t kLongest = 64;
+    const std::string_view shortest = *std::min_element(
+        needles.begin(), needles.end(), [](auto a, auto b) { return a.size() < b.size(); });
+    if (shortest.size() > kLongest) return "";
+    for (std::size_t len = shortest.size(); len > 0; --len) {
+        for (std::size_t at = 0; at + len <= shortest.size(); ++at) {
+            const std::string_view part = shortest.substr(at, len);
+            if (std::all_of(needles.begin(), needles.end(), [part](std::string_view n) {
+                    return n.find(part) != std::string_view::npos;
+                })) {
+                return std::string(part);
+            }
+        }
+    }
+    return "";
+}
+
+// Starts of the lines that hold `part` and one of the needles (each of which holds part).
+std::vector<std::size_t> linesHoldingShared(std::string_view text, std::string_view part,
+                                            const std::vector<std::string_view>& needles) {
+    std::vector<std::size_t> starts;
+    for (std::size_t pos = findFrom(text, 0, part); pos != std::string_view::npos;) {
+        const std::size_t start = lineStartOf(text, pos);
+        const std::size_t end = text.find('\n', pos);
+        const std::string_view line = text.substr(start, end - start);
+        if (std::any_of(needles.begin(), needles.end(), [line](std::string_view n) {
+                return line.find(n) != std::string_view::npos;
+            })) {
+            starts.push_back(start);
+        }
+        pos = findFrom(text, end + 1, part);
+    }
+    return starts;
+}
+
 // Starts of the lines that hold at least one of the needles, in order, each once. A
-// needle with a newline can never be part of a line and is not looked for.
+// needle with a newline can never be part of a line and is not looked for. Needles that
+// share a long enough part (such as the "_PORT" of port keys) are found with one search.
 std::vector<std::size_t> linesHolding(std::string_view text,
                                       const std::vector<std::string>& needles) {
-    std::vector<std::size_t> starts;
+    constexpr std::size_t kShortestShared = 4;
+    std::vector<std::string_view> searched;
     for (const std::string& needle : needles) {
-        if (needle.find('\n') != std::string::npos) continue;
-        std::size_t from = 0;
-        while (const void* hit =
-                   ::memmem(text.data() + from, text.size() - from, needle.data(), needle.size())) {
-            const auto pos = static_cast<std::size_t>(static_cast<const char*>(hit) - text.data());
+        if (needle.find('\n') == std::string::npos) searched.push_back(needle);
+    }
+    if (searched.size() > 1) {
+        const std::string part = sharedPart(searched);
+        if (part.size() >= kShortestShared) return linesHoldingShared(text, part, searched);
+    }
+    std::vector<std::size_t> starts;
+    for (const std::string_view needle : searched) {
+        for (std::size_t pos = findFrom(text, 0, needle); pos != std::string_view::npos;
+             pos = findFrom(text, text.find('\n', pos) + 1, needle)) {
             starts.push_back(lineStartOf(text, pos));
-            from = text.find('\n', pos) + 1;  // the next line
         }
     }
     std::sort(starts.begin(), starts.end());
