@@ -48,24 +48,31 @@ class RewriteHolding : public test::TextFileTest {
     }
 };
 
+// Keys K1 and K2 are searched one by one; the keys of the second set share "_PORT" and
+// are found with one search for it (lines with "_PORT" alone must stay as they are).
 TEST_F(RewriteHolding, GeneratedTextsComeOutAsFromTheLineByLineRewrite) {
-    const std::vector<std::string> pieces = {"K1=1", "K2",     "xK1y", "# K2 note", " ",     "  ",
-                                             "\t",   "\r",     "a",    "b c",       "  ind", "K1K2",
-                                             "\0"s,  "trail ", "\n",   "\n",        "\n",    "\n"};
+    const std::vector<std::string> pieces = {
+        "K1=1",  "K2",       "xK1y",     "# K2 note",   " ",     "  ",       "\t",
+        "\r",    "a",        "b c",      "  ind",       "K1K2",  "\0"s,      "trail ",
+        "\n",    "\n",       "\n",       "\n",          "_PORT", "A_PORT=1", "B_PORT",
+        "A_POR", "#B_PORT ", "xA_PORTy", "A_PORTB_PORT"};
+    const std::vector<std::vector<std::string>> keySets = {{"K1", "K2"}, {"A_PORT", "B_PORT"}};
     const std::vector<std::vector<std::string>> valueSets = {
         {"K1=9", "K2=8"},        // plain replacements
         {"", "K2=8"},            // a dropped line
         {"K1=\t9 ", "K2=8"},     // a replacement the read-back must fold
         {"K2 now", "K2=8"},      // the first replacement holds the second key
         {"two\nlines", "K2=8"},  // a replacement that becomes two lines
+        {"B_PORT=1", "X"},       // the first replacement holds the second port key
     };
     std::mt19937 rnd(20261122);
-    for (int round = 0; round < 400; ++round) {
+    for (int round = 0; round < 600; ++round) {
         std::string content;
         const int n = static_cast<int>(rnd() % 30);
         for (int i = 0; i < n; ++i) content += pieces[rnd() % pieces.size()];
         if (rnd() % 4 != 0) content += "\n";
-        both(content, {"K1", "K2"}, valueSets[static_cast<std::size_t>(round) % valueSets.size()]);
+        both(content, keySets[static_cast<std::size_t>(round) % keySets.size()],
+             valueSets[static_cast<std::size_t>(round / 2) % valueSets.size()]);
         if (HasFailure()) return;
     }
 }
