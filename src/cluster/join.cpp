@@ -12,6 +12,7 @@
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
 #include "resources/local_resources.hpp"
+#include "text/file_io.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"
@@ -201,13 +202,12 @@ int replaceJoin(const std::string& dir, const std::string& master) {
     std::string stored;
     convertMasterListFormat(master, stored);
     const std::string keyLine = std::string(kMasterKey) + "=" + stored;
-    // A failure here has already been reported by the primitive; the caller goes on.
-    if (seen) {
-        replaceStringWithoutComment(path, kMasterKey, keyLine);
-    } else {
-        appendString(path, keyLine);
-    }
-    return 1;
+    // A failure here has already been reported by the primitive and the join goes on,
+    // except when orv.conf could not be written (disk full, I/O error): the rest of the
+    // join would then describe a cluster that this host's orv.conf does not name.
+    const bool written = seen ? replaceStringWithoutComment(path, kMasterKey, keyLine) == 1
+                              : appendString(path, keyLine) == 1;
+    return !written && anyWriteFailed() ? -1 : 1;
 }
 
 }  // namespace orv

@@ -224,8 +224,19 @@ bool anyWriteFailed() {
 bool appendToFile(const std::string& path, std::string_view text) {
     UniqueFd fd = openRegularForWrite(path, O_CREAT | O_APPEND);
     if (!fd) return false;
-    const bool ok = writeAll(fd.get(), text);
-    return fd.close() && ok;
+    struct stat before {};
+    const bool sized = ::fstat(fd.get(), &before) == 0;
+    bool ok = writeAll(fd.get(), text);
+    if (!ok && sized) {
+        // A short append would leave half a line behind: cut the file back to what it was.
+        (void)::ftruncate(fd.get(), before.st_size);
+    }
+    ok = fd.close() && ok;
+    if (!ok) {
+        writeFailure = true;
+        alertI18nWithParameter("Cannot write file %s.", path);
+    }
+    return ok;
 }
 
 }  // namespace orv

@@ -112,5 +112,21 @@ TEST_F(TextFileIo, CommitRemovesAStaleTemporaryFileEvenWhenNothingChanges) {
     EXPECT_FALSE(exists(path("gone.tmp")));
 }
 
+TEST_F(TextFileIo, AFailedAppendLeavesNoHalfLineAndFailsTheRun) {
+    const std::string original(4000, 'a');
+    const std::string file = write("conf", original);
+    const test::ChildRun run = test::runInChild("", [&] {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const struct rlimit limit = {4096, 4096};
+        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 99;
+        const bool fitting = appendToFile(file, "\nB=1");
+        const bool tooLong = appendToFile(file, "\nKEY=" + std::string(500, 'v') + "\n");
+        return fitting && !tooLong && anyWriteFailed() ? 0 : 1;
+    });
+    EXPECT_EQ(run.result, 0);
+    EXPECT_EQ(run.output, "Cannot write file " + file + ".\n");
+    EXPECT_EQ(read(file), original + "\nB=1");
+}
+
 }  // namespace
 }  // namespace orv
