@@ -309,8 +309,9 @@ int chgKeyLines(const std::string& file, const std::vector<PortSetting>& setting
             next = 1;
         }
     }
-    // Nothing was written or printed: the settings are edited one by one, so that each
-    // reports its own failure exactly as it always has.
+    // The settings still to be made (all of them when the pass could not start, which
+    // writes and prints nothing) are edited one by one, so that each reports its own
+    // failure exactly as it always has.
     for (; next < settings.size(); ++next) {
         result |= chgPorts(file, settings[next].key, settings[next].value);
     }
