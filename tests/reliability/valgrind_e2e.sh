@@ -24,7 +24,7 @@ if [ -z "$BIN" ]; then
     cmake -S . -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORV_SANITIZE=OFF -DORV_TESTS=OFF \
         >/dev/null || exit 1
     cmake --build "$BUILD" -j2 --target orvconfig >/dev/null || exit 1
-    BIN=$PWD/$BUILD/orvconfig
+    BIN=$(cd "$BUILD" && pwd)/orvconfig
 fi
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/orv-valgrind.XXXXXX")
