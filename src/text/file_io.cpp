@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <new>
 #include <set>
+#include <stdexcept>
 
 #include "cli/messages.hpp"
 
@@ -178,6 +179,8 @@ bool readRegularFile(const std::string& path, std::string& out) {
         if (readAll(fd.get(), out, static_cast<std::size_t>(st.st_size))) return true;
     } catch (const std::bad_alloc&) {
         // A file too large to hold is a file that cannot be read.
+    } catch (const std::length_error&) {
+        // So is a sparse file whose size is past what a string can hold at all.
     }
     out.clear();
     out.shrink_to_fit();

@@ -1,11 +1,13 @@
 // Whole-file reads that refuse special files, and writes through a ".tmp" that never
 // follows a link and never loses the original on a failed write.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <limits>
 #include <string>
 
 #include "text/file_io.hpp"
@@ -31,6 +33,37 @@ TEST_F(TextFileIo, ReadsRegularFilesByteForByte) {
     EXPECT_FALSE(readRegularFile(dir_, out));
     EXPECT_TRUE(isRegularFile(path("bytes")));
     EXPECT_FALSE(isRegularFile(dir_));
+}
+
+// A sparse file may claim a size no string can hold (tmpfs allows the largest off_t):
+// it is a file that cannot be read, not the end of the run.
+TEST_F(TextFileIo, AFileTooLargeToHoldCannotBeRead) {
+    const off_t largest = std::numeric_limits<off_t>::max();
+    std::string huge;
+    for (const std::string& dir : {dir_, std::string("/dev/shm")}) {
+        const std::string candidate = dir + "/orv_text_test_sparse." + std::to_string(::getpid());
+        const int fd = ::open(candidate.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+        if (fd < 0) continue;
+        const bool sized = ::ftruncate(fd, largest) == 0;
+        ::close(fd);
+        if (sized) {
+            huge = candidate;
+            break;
+        }
+        ::unlink(candidate.c_str());
+    }
+    if (huge.empty()) GTEST_SKIP() << "no file system here takes a file of the largest size";
+    std::string out = "junk";
+    bool read = true;
+    try {
+        read = readRegularFile(huge, out);
+    } catch (...) {
+        ::unlink(huge.c_str());
+        throw;
+    }
+    ::unlink(huge.c_str());
+    EXPECT_FALSE(read);
+    EXPECT_EQ(out, "");
 }
 
 TEST_F(TextFileIo, SpecialFilesAreRefusedWithoutWaiting) {
