@@ -333,7 +333,9 @@ int mgConf(const std::string& scriptPath) {
     }
     std::string line;
     int lineCount = 0;  // after a line is read: that line's 1-based number
-    while (getNextLineC_(in, lineCount, 0, line)) {
+    // Every line counts, the empty one included: a line that a placeholder emptied is a
+    // format error like any other.
+    while (getNextLineD_(in, lineCount, 0, line)) {
         ScriptLine fields;
         const ScriptLineKind kind = classifyScriptLine(line, false, fields);
         if (kind == ScriptLineKind::Malformed) reportMalformed(scriptPath, lineCount);
@@ -354,7 +356,7 @@ int mgUpdate(const std::string& scriptPath) {
     // Warnings of the update scripts have always numbered lines from 0 (the first line is
     // line 0), unlike mgconf.txt; kept so that the line numbers users know stay valid.
     int lineNumber = -1;
-    while (getNextLineC_(in, readerCount, 0, line)) {
+    while (getNextLineD_(in, readerCount, 0, line)) {
         ++lineNumber;
         ScriptLine fields;
         const ScriptLineKind kind = classifyScriptLine(line, true, fields);

@@ -216,6 +216,24 @@ TEST_F(ChangeScriptRun, UpdateWarnsWithZeroBasedLines) {
     EXPECT_EQ(globalRnConfFileErrorFlag, -1);
 }
 
+TEST_F(ChangeScriptRun, EmptyLinesAreFormatErrorsAndCountInTheLineNumbers) {
+    write("f", "A=1\n");
+    const std::string u = script("u.tmp",
+                                 "replaceline|%R/f|A=|A=2\n"
+                                 "\n"
+                                 "frob\n");
+    const std::string c = script("c.tmp",
+                                 "\n"
+                                 "bad\n");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(mgUpdate(u), 0);
+    EXPECT_EQ(mgConf(c), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              warning(u, 1) + warning(u, 2) + warning(c, 1) + warning(c, 2));
+    EXPECT_EQ(read("f"), "A=2\n");
+    EXPECT_EQ(globalRnConfFileErrorFlag, -1);
+}
+
 TEST_F(ChangeScriptRun, UpdateUnknownOperationAloneLeavesTheFlag) {
     write("f", "A=1\n");
     const std::string s = script("u.tmp", "Replaceline|%R/f|A=|A=2\n");
@@ -280,6 +298,18 @@ TEST_F(DotInstall, OtherManagementHostRunsOnlyTheUpdate) {
     EXPECT_EQ(run(0), 0);
     EXPECT_FALSE(has("share/kernel"));
     EXPECT_EQ(read("top/kernel/conf/local.conf"), "L=1\nSHARED=" + path("share") + "\n");
+    EXPECT_TRUE(copiesGone());
+}
+
+TEST_F(DotInstall, LineEmptiedByAPlaceholderIsAFormatErrorButTheRunSucceeds) {
+    script("top/.install/mgupdate.txt",
+           "@SHARETOP@\n"
+           "addline|@HEADTOPDIR@/kernel/conf/local.conf|SHARED=|SHARED=yes\n");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(dotInstall(dir_, 0, path("top"), "", "", "cl1", path("top")), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), warning(dir_ + "/mgupdate.txt.tmp", 0));
+    EXPECT_EQ(read("top/kernel/conf/local.conf"), "L=1\nSHARED=yes\n");
+    EXPECT_EQ(globalRnConfFileErrorFlag, -1);
     EXPECT_TRUE(copiesGone());
 }
 
