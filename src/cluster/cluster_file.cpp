@@ -163,21 +163,15 @@ int promotedResources(const std::vector<std::string>& values, std::size_t index,
     return 0;
 }
 
-enum class EditResult { Ok, ReadFailed, TmpFailed, WriteBackFailed };
-
-EditResult editClusterFile(const std::string& path, const LineEditor& edit) {
-    switch (rewriteLines(path, edit)) {
-        case RewriteStatus::Ok:
-            return EditResult::Ok;
-        case RewriteStatus::ReadFailed:
-            return EditResult::ReadFailed;
-        case RewriteStatus::TmpOpenFailed:
-            return EditResult::TmpFailed;
-        case RewriteStatus::FileOpenFailed:
-        case RewriteStatus::WriteFailed:
-            break;
+// Rewrites the cluster file; a file that cannot be read, or a ".tmp" that cannot be
+// made, is reported. A failed copy back is silent here (write failures are reported by
+// the rewrite itself).
+int editReporting(const std::string& path, const LineEditor& edit) {
+    RewriteStatus status = rewriteLines(path, edit);
+    if (status == RewriteStatus::ReadFailed || status == RewriteStatus::TmpOpenFailed) {
+        alertI18nWithParameter(kCannotOpenMessage, path);
     }
-    return EditResult::WriteBackFailed;
+    return status == RewriteStatus::Ok ? 1 : -1;
 }
 
 // Adds a new host line after the header of each host section.
@@ -192,11 +186,7 @@ int insertAfterHeader(const std::string& path, const std::string& host) {
             section.leave();
         }
     };
-    EditResult result = editClusterFile(path, edit);
-    if (result == EditResult::ReadFailed || result == EditResult::TmpFailed) {
-        alertI18nWithParameter(kCannotOpenMessage, path);
-    }
-    return result == EditResult::Ok ? 1 : -1;
+    return editReporting(path, edit);
 }
 
 // Adds a host line before every line that closes a host section.
@@ -210,11 +200,7 @@ int insertBeforeEnd(const std::string& path, const std::string& entry) {
         }
         out += line + "\n";
     };
-    EditResult result = editClusterFile(path, edit);
-    if (result == EditResult::ReadFailed || result == EditResult::TmpFailed) {
-        alertI18nWithParameter(kCannotOpenMessage, path);
-    }
-    return result == EditResult::Ok ? 1 : -1;
+    return editReporting(path, edit);
 }
 
 }  // namespace
@@ -338,7 +324,7 @@ int removeCluster(const std::string& dir, const std::string& host) {
         section.advance(line);
         out += line + "\n";
     };
-    return editClusterFile(*path, edit) == EditResult::Ok ? 1 : -1;
+    return rewriteLines(*path, edit) == RewriteStatus::Ok ? 1 : -1;
 }
 
 int generateHostEntry(const std::string& header, const std::string& host, const std::string& type,
