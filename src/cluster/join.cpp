@@ -132,7 +132,11 @@ int createCluster(const JoinRun& run, const std::string& master) {
         restoreModes(run);
         return -1;
     }
-    replaceString(run.confDir + "/orv.conf", "ORV_GET_CONF=", "");
+    // Whether a line was removed does not matter, but an orv.conf that could not be
+    // written back is no cluster: its text is only in the ".tmp" now.
+    if (replaceString(run.confDir + "/orv.conf", "ORV_GET_CONF=", "") == -1 && anyWriteFailed()) {
+        return -1;
+    }
     const std::string entry = "            <ResourceEntry ResourceID=\"" + master + "\"/>";
     if (replaceString(run.confDir + "/ResourceGroups.xml", "@ORV_MASTER@", entry) == -1) {
         alertI18nWithTwoParameters("Set %s in %s failed.", entry,

@@ -306,3 +306,22 @@ OUT
     done
     expect_unchanged "$CONF"
 }
+
+@test "an orv.conf that cannot be written back while ORV_GET_CONF goes fails the new cluster" {
+    strace -qq -o /dev/null true 2>/dev/null || skip "strace cannot trace here"
+    cp "$CONF/ResourceGroups.xml" "$BATS_TEST_TMPDIR/rg"
+    # The second write to orv.conf itself (the first names the master) fails: disk full.
+    local -a envs
+    mapfile -t envs < <(orv_env)
+    run env -i PATH="$PATH" strace -qq -o /dev/null -P "$CONF/orv.conf" \
+        -e trace=write -e inject=write:error=ENOSPC:when=2 \
+        "${envs[@]/#/-E}" -E ASAN_OPTIONS=detect_leaks=0:verify_asan_link_order=0 \
+        "$ORVCONFIG" join hostA -f </dev/null
+    [ "$status" -eq 255 ]
+    expect_output <<OUT
+Cannot write file $CONF/orv.conf. Its new content is kept in $CONF/orv.conf.tmp.
+Command failed.
+OUT
+    conf_naming_master hostA | grep -v '^ORV_GET_CONF=' | expect_file "$CONF/orv.conf.tmp"
+    cmp "$CONF/ResourceGroups.xml" "$BATS_TEST_TMPDIR/rg"
+}
