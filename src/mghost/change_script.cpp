@@ -4,11 +4,9 @@
 // their placeholders filled in, runs the copies in a fixed order and removes them again.
 #include "mghost/change_script.hpp"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -17,6 +15,7 @@
 #include "cli/messages.hpp"
 #include "context/environment.hpp"
 #include "mghost/copy.hpp"
+#include "text/file_io.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"
@@ -49,36 +48,6 @@ std::string copyPath(const std::string& dir, std::size_t index) {
     return scriptPath(dir, index) + ".tmp";
 }
 
-// Owns a file descriptor.
-class Fd {
-  public:
-    explicit Fd(int fd) : fd_(fd) {}
-    ~Fd() {
-        if (fd_ >= 0) close(fd_);
-    }
-    Fd(const Fd&) = delete;
-    Fd& operator=(const Fd&) = delete;
-    int get() const { return fd_; }
-    // Closes now, reporting whether the close (and so the last write) succeeded.
-    bool closeChecked() {
-        const int fd = std::exchange(fd_, -1);
-        return close(fd) == 0;
-    }
-
-  private:
-    int fd_;
-};
-
-bool writeAll(int fd, std::string_view data) {
-    while (!data.empty()) {
-        const ssize_t n = write(fd, data.data(), data.size());
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        data.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return true;
-}
-
 // Writes the substituted copy of a script beside it. Whatever stands at the copy's name is
 // removed first, so that a link planted there is neither written through nor later run as
 // the script. A copy that cannot be created is passed over silently (running it then
@@ -86,12 +55,7 @@ bool writeAll(int fd, std::string_view data) {
 // never run.
 void writeScriptCopy(const std::string& path, std::string_view text) {
     unlink(path.c_str());
-    Fd fd(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666));
-    if (fd.get() < 0) return;
-    const bool written = writeAll(fd.get(), text);
-    if (fd.closeChecked() && written) return;
-    alertI18nWithParameter("Cannot write file %s.", path);
-    unlink(path.c_str());
+    writeNewFile(path, text);
 }
 
 // Replaces every occurrence of `token` in one left-to-right pass; inserted text is not

@@ -224,6 +224,17 @@ bool anyWriteFailed() {
     return writeFailure;
 }
 
+NewFileResult writeNewFile(const std::string& path, std::string_view content) {
+    UniqueFd fd = openTmp(path);
+    if (!fd) return NewFileResult::OpenFailed;
+    const bool written = writeAll(fd.get(), content);
+    if (fd.close() && written) return NewFileResult::Written;
+    ::unlink(path.c_str());
+    writeFailure = true;
+    alertI18nWithParameter("Cannot write file %s.", path);
+    return NewFileResult::WriteFailed;
+}
+
 bool appendToFile(const std::string& path, std::string_view text) {
     UniqueFd fd = openRegularForWrite(path, O_CREAT | O_APPEND);
     if (!fd) return false;

@@ -52,6 +52,12 @@ CommitResult writeThroughTmp(const std::string& target, std::string_view content
 // new text was kept in its ".tmp" is not edited again in the same run (TmpOpenFailed).
 bool anyWriteFailed();
 
+// Creates (or empties) `path`, never through a link, and writes `content`. A failed open is
+// silent (OpenFailed); a failed write removes the file again and is reported with
+// "Cannot write file %s." (WriteFailed), so half a file is never left behind.
+enum class NewFileResult { Written, OpenFailed, WriteFailed };
+NewFileResult writeNewFile(const std::string& path, std::string_view content);
+
 // Appends text to a file (created when missing, never a link target's special file).
 // False when it cannot be opened or written.
 bool appendToFile(const std::string& path, std::string_view text);
