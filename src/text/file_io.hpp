@@ -27,7 +27,7 @@ enum class CommitResult {
 };
 
 // Replaces the contents of `file` by `updated`, keeping its inode: the new text goes to
-// "<file>.tmp" (opened O_NOFOLLOW, fsynced), then the file is truncated, rewritten and
+// "<file>.tmp" (opened O_NOFOLLOW, fsynced), then the file is overwritten, cut to length and
 // fsynced, and the ".tmp" removed. When `updated` equals `original` the file is left
 // alone. On FileOpenFailed the ".tmp" is removed unless keepTmpOnFileOpenFailure.
 // Prints only the write failures ("Cannot write file %s." with the ".tmp" path, or
