@@ -16,7 +16,6 @@ class LineReader {
     explicit LineReader(std::string text) : data_(std::move(text)) {}
     // Opens a regular file; false (and an empty reader) when it cannot be read.
     bool open(const std::string& path);
-    bool atEnd() const { return pos_ >= data_.size(); }
     const std::string& data() const { return data_; }
 
     int get() { return pos_ < data_.size() ? static_cast<unsigned char>(data_[pos_++]) : -1; }
