@@ -34,9 +34,10 @@ struct JoinRun {
     std::string confDir;
     std::string user;
     std::string clusterName;
-    std::string clusterFile;
     FILEINFO confInfo;
     FILEINFO clusterInfo;
+
+    std::string clusterFile() const { return "orv.cluster." + clusterName; }
 };
 
 bool isSpace(char c) {
@@ -58,14 +59,7 @@ int identifyCaller(JoinRun& run) {
     run.confDir = conf;
     if (checkDirectory(run.confDir) != 1) return -1;
     getCurrentUser(run.user);
-    std::optional<std::string> cluster = getClusterName(run.confDir);
-    if (!cluster) {
-        alertI18n(kNoClusterNameMessage);
-        return -1;
-    }
-    run.clusterName = *cluster;
-    run.clusterFile = "orv.cluster." + run.clusterName;
-    return checkExecuteUser(run.confDir.c_str(), run.clusterFile.c_str(), run.user) == 1 ? 1 : -1;
+    return checkClusterAdministrator(run.confDir, run.user, &run.clusterName);
 }
 
 int checkMasterArgument(const std::string& master) {
@@ -82,13 +76,13 @@ int checkMasterArgument(const std::string& master) {
 
 int recordFileInfo(JoinRun& run) {
     if (getFileInfo(run.confDir, "orv.conf", run.confInfo) != 1) return -1;
-    return getFileInfo(run.confDir, run.clusterFile, run.clusterInfo) == 1 ? 1 : -1;
+    return getFileInfo(run.confDir, run.clusterFile(), run.clusterInfo) == 1 ? 1 : -1;
 }
 
 void restoreModes(const JoinRun& run) {
     if (!isRootPrefixed(run.user)) return;
     setFileInfo(run.confDir, "orv.conf", run.confInfo);
-    setFileInfo(run.confDir, run.clusterFile, run.clusterInfo);
+    setFileInfo(run.confDir, run.clusterFile(), run.clusterInfo);
 }
 
 // This host already has a master list: naming one of its entries again is a no-change

@@ -136,6 +136,18 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
     return -1;
 }
 
+int checkClusterAdministrator(const std::string& confDir, const std::string& user,
+                              std::string* clusterName) {
+    const std::optional<std::string> name = getClusterName(confDir);
+    if (!name) {
+        alertI18n(kNoClusterNameMessage);
+        return -1;
+    }
+    if (clusterName != nullptr) *clusterName = *name;
+    const std::string clusterFile = "orv.cluster." + *name;
+    return checkExecuteUser(confDir.c_str(), clusterFile.c_str(), user) == 1 ? 1 : -1;
+}
+
 int checkVosCluster(const char* orvConfDir, const char* vosEnvDir) {
     if (orvConfDir == nullptr || vosEnvDir == nullptr) {
         return 1;

@@ -24,6 +24,13 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
 // this cluster; 1 otherwise.
 int checkVosCluster(const char* orvConfDir, const char* vosEnvDir);
 
+// The administrator check that most subcommands make first: the cluster name from
+// confDir/orv.shared (the no-name message when there is none), then checkExecuteUser of
+// user against confDir/orv.cluster.<name>. 1, or -1 after the failing check's message;
+// clusterName receives the name when it is found.
+int checkClusterAdministrator(const std::string& confDir, const std::string& user,
+                              std::string* clusterName = nullptr);
+
 // The message printed when no cluster name can be found.
 inline constexpr const char* kNoClusterNameMessage =
     "Cannot get cluster name. The cluster does not work properly. The orv.shared file may be "

@@ -162,13 +162,7 @@ bool resolveDirectories(const char* pname, DemoteDirs& d) {
 bool mayDemote(const DemoteDirs& d) {
     std::string user;
     if (getCurrentUser(user) < 0) return false;
-    std::optional<std::string> cluster = getClusterName(d.shared);
-    if (!cluster) {
-        alertI18n(kNoClusterNameMessage);
-        return false;
-    }
-    std::string clusterFile = "orv.cluster." + *cluster;
-    if (checkExecuteUser(d.shared.c_str(), clusterFile.c_str(), user) == -1) return false;
+    if (checkClusterAdministrator(d.shared, user) == -1) return false;
     if (checkMaster(d.shared, 1) == 1) {
         alertI18n("You cannot run this command on the master host.");
         return false;

@@ -357,13 +357,7 @@ int checkPortAdministrator(const std::string& confDir) {
     if (getCurrentUser(user) == -1) {
         return -1;
     }
-    const std::optional<std::string> cluster = getClusterName(confDir);
-    if (!cluster) {
-        alertI18n(kNoClusterNameMessage);
-        return -1;
-    }
-    const std::string clusterFile = std::string("orv.cluster") + "." + *cluster;
-    return checkExecuteUser(confDir.c_str(), clusterFile.c_str(), user) == 1 ? 1 : -1;
+    return checkClusterAdministrator(confDir, user);
 }
 
 int orvconfig_setbaseport(const std::string& baseportstr, const char* pname) {

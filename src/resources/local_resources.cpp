@@ -130,13 +130,7 @@ int harvestingCode(const std::vector<LOCAL_RESOURCE>& tags, int count) {
 int checkComputeHost(const std::string& confDir, std::string& localDir, std::string& user,
                      FILEINFO& info) {
     getCurrentUser(user);
-    std::optional<std::string> cluster = getClusterName(confDir);
-    if (!cluster) {
-        alertI18n(kNoClusterNameMessage);
-        return -1;
-    }
-    const std::string clusterFile = "orv.cluster." + *cluster;
-    if (checkExecuteUser(confDir.c_str(), clusterFile.c_str(), user) != 1) return -1;
+    if (checkClusterAdministrator(confDir, user) != 1) return -1;
     if (getFileInfo(confDir, "orv.conf", info) != 1) return -1;
     const char* local = getOrvLocalConfDir();
     if (local == nullptr) return -1;
