@@ -74,18 +74,11 @@ std::optional<std::string> clusterFilePath(const std::string& dir) {
 // The cluster file the host list is read from: orv.cluster.<name> of the directory, or
 // vos.cluster.<name> (the batch product's name) in the same directory.
 std::optional<std::string> hostListPath(const std::string& dir) {
-    if (std::optional<std::string> path = clusterFilePath(dir)) {
-        return path;
-    }
-    const char* vosEnvDir = getVosEnvDir();
-    if (vosEnvDir == nullptr) {
-        return std::nullopt;
-    }
-    std::optional<std::string> name = getClusterName2(vosEnvDir);
+    std::optional<std::string> name = clusterFileName(dir, getVosEnvDir());
     if (!name) {
         return std::nullopt;
     }
-    return dir + "/vos.cluster." + *name;
+    return dir + "/" + *name;
 }
 
 std::string padded(const std::string& value, std::size_t width) {

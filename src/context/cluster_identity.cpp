@@ -136,6 +136,18 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
     return -1;
 }
 
+std::optional<std::string> clusterFileName(const std::string& confDir, const char* vosEnvDir) {
+    if (std::optional<std::string> name = getClusterName(confDir)) {
+        return "orv.cluster." + *name;
+    }
+    if (vosEnvDir != nullptr) {
+        if (std::optional<std::string> name = getClusterName2(vosEnvDir)) {
+            return "vos.cluster." + *name;
+        }
+    }
+    return std::nullopt;
+}
+
 int checkClusterAdministrator(const std::string& confDir, const std::string& user,
                               std::string* clusterName) {
     const std::optional<std::string> name = getClusterName(confDir);

@@ -24,6 +24,11 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
 // this cluster; 1 otherwise.
 int checkVosCluster(const char* orvConfDir, const char* vosEnvDir);
 
+// The cluster file's name: "orv.cluster.<name>" from confDir/orv.shared, or failing that
+// "vos.cluster.<name>" from the batch product's vosEnvDir/vos.shared; nullopt when neither
+// names the cluster.
+std::optional<std::string> clusterFileName(const std::string& confDir, const char* vosEnvDir);
+
 // The administrator check that most subcommands make first: the cluster name from
 // confDir/orv.shared (the no-name message when there is none), then checkExecuteUser of
 // user against confDir/orv.cluster.<name>. 1, or -1 after the failing check's message;

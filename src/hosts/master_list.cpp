@@ -161,20 +161,6 @@ std::string storedLine(const char* key, const std::string& newList) {
     return std::string(key) + "=" + stored;
 }
 
-// The cluster file name, from orv.shared of the configuration directory or else from
-// vos.shared of the batch product's directory.
-std::optional<std::string> clusterFileName(const std::string& confDir, const char* vosEnvDir) {
-    if (std::optional<std::string> name = getClusterName(confDir)) {
-        return "orv.cluster." + *name;
-    }
-    if (vosEnvDir != nullptr) {
-        if (std::optional<std::string> name = getClusterName2(vosEnvDir)) {
-            return "vos.cluster." + *name;
-        }
-    }
-    return std::nullopt;
-}
-
 struct RecordedModes {
     FILEINFO orvConf;
     FILEINFO clusterFile;
