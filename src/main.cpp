@@ -1,5 +1,7 @@
 #include <csignal>
+#include <new>
 
+#include "cli/messages.hpp"
 #include "cli/usage.hpp"
 #include "text/file_io.hpp"
 
@@ -8,7 +10,14 @@ int main(int argc, char** argv) {
     // Past the file-size limit a write must fail and be reported, not kill the process
     // between the two passes of an edit.
     std::signal(SIGXFSZ, SIG_IGN);
-    const int result = orv::orvconfigMain(argc, argv);
+    int result = -1;
+    try {
+        result = orv::orvconfigMain(argc, argv);
+    } catch (const std::bad_alloc&) {
+        // A file too large to edit in memory: every new text is built before anything is
+        // written, so the files are as they were; the run fails instead of aborting.
+        orv::alertI18n("Command failed.");
+    }
     // A file that could not be written fails the run, also where a command goes on past
     // the failed edit.
     return result == 0 && !orv::anyWriteFailed() ? 0 : 255;
