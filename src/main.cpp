@@ -14,8 +14,8 @@ int main(int argc, char** argv) {
     try {
         result = orv::orvconfigMain(argc, argv);
     } catch (const std::bad_alloc&) {
-        // A file too large to edit in memory: every new text is built before anything is
-        // written, so the files are as they were; the run fails instead of aborting.
+        // A file too large to edit in memory: its new text is built before anything is
+        // written, so that file is as it was; the run fails instead of aborting.
         orv::alertI18n("Command failed.");
     }
     // A file that could not be written fails the run, also where a command goes on past
