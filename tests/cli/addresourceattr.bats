@@ -11,15 +11,7 @@ setup() {
 }
 
 default_conf() {
-    cat <<'CONF'
-# ORV kernel configuration
-ORV_MASTER_LIST="hostB"
-ORV_LIM_PORT=7869
-ORV_KD_PORT=7870
-ORV_PEM_PORT=7871
-ORV_GET_CONF=lim
-ORV_WORKDIR=/opt/orv/kernel/work
-CONF
+    orv_conf_text hostB
 }
 
 usage_text=$'\nUsage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."'

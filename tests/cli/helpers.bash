@@ -52,17 +52,23 @@ orv_write_nss() {
 HOSTS
 }
 
-orv_write_default_conf() {
-    local d=$1
-    cat >"$d/orv.conf" <<'CONF'
+# orv_conf_text [LIST]: the default orv.conf, its master list holding LIST (the
+# not-yet-joined placeholder by default).
+orv_conf_text() {
+    cat <<CONF
 # ORV kernel configuration
-ORV_MASTER_LIST="@ORV_MASTER_LIST@"
+ORV_MASTER_LIST="${1:-@ORV_MASTER_LIST@}"
 ORV_LIM_PORT=7869
 ORV_KD_PORT=7870
 ORV_PEM_PORT=7871
 ORV_GET_CONF=lim
 ORV_WORKDIR=/opt/orv/kernel/work
 CONF
+}
+
+orv_write_default_conf() {
+    local d=$1
+    orv_conf_text >"$d/orv.conf"
     cat >"$d/orv.shared" <<'SHARED'
 Begin Cluster
 ClusterName

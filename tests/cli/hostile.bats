@@ -37,16 +37,9 @@ huge_word() {
     head -c 131000 </dev/zero | tr '\0' "$1"
 }
 
-orv_conf_text() {
-    cat <<'CONF'
-# ORV kernel configuration
-ORV_MASTER_LIST="hostA hostB"
-ORV_LIM_PORT=7869
-ORV_KD_PORT=7870
-ORV_PEM_PORT=7871
-ORV_GET_CONF=lim
-ORV_WORKDIR=/opt/orv/kernel/work
-CONF
+# The default orv.conf with hostA and hostB as master candidates.
+candidates_conf() {
+    orv_conf_text 'hostA hostB'
 }
 
 # ---- huge arguments ----
@@ -109,7 +102,7 @@ EOF
     run_orv addresourceattr "[resource $tag]"
     expect_status 0
     expect_output <<<'Add resource tag successfully.'
-    { orv_conf_text | sed 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB"/'
+    { candidates_conf | sed 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB"/'
       echo
       echo "ORV_LOCAL_RESOURCES=\"[resource $tag]\""; } | expect_file "$CONF/orv.conf"
 }
@@ -119,11 +112,11 @@ EOF
 @test "a 1 MB line in orv.conf survives a rewrite byte for byte" {
     local big
     big="# $(head -c 1048576 </dev/zero | tr '\0' x)"
-    { orv_conf_text; echo "$big"; } >"$CONF/orv.conf"
+    { candidates_conf; echo "$big"; } >"$CONF/orv.conf"
     run_orv masterlist hostB,hostA
     expect_status 0
     expect_output <<<"The master host failover order is hostB,hostA$ML_TAIL"
-    { orv_conf_text | sed 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB hostA"/'
+    { candidates_conf | sed 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB hostA"/'
       echo "$big"; } | expect_file "$CONF/orv.conf"
 }
 
@@ -150,20 +143,20 @@ EOF
 }
 
 @test "NUL bytes and invalid UTF-8 in untouched lines are kept byte for byte" {
-    { orv_conf_text; printf '# caf\xe9 \xff\xfe\x80 na\0me\n'; } >"$CONF/orv.conf"
+    { candidates_conf; printf '# caf\xe9 \xff\xfe\x80 na\0me\n'; } >"$CONF/orv.conf"
     run_orv masterlist hostB,hostA
     expect_status 0
     expect_output <<<"The master host failover order is hostB,hostA$ML_TAIL"
-    { orv_conf_text | sed 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB hostA"/'
+    { candidates_conf | sed 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB hostA"/'
       printf '# caf\xe9 \xff\xfe\x80 na\0me\n'; } | expect_file "$CONF/orv.conf"
 }
 
 @test "CRLF line endings and a missing final newline come back as plain lines" {
-    orv_conf_text | sed 's/$/\r/' | head -c -2 >"$CONF/orv.conf"
+    candidates_conf | sed 's/$/\r/' | head -c -2 >"$CONF/orv.conf"
     run_orv masterlist hostB,hostA
     expect_status 0
     expect_output <<<"The master host failover order is hostB,hostA$ML_TAIL"
-    orv_conf_text | sed 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB hostA"/' |
+    candidates_conf | sed 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB hostA"/' |
         expect_file "$CONF/orv.conf"
 }
 
@@ -304,7 +297,7 @@ Cannot open file $CONF/orv.conf.
 Command failed.
 EOF
     chmod 644 "$CONF/orv.conf"
-    orv_conf_text | expect_file "$CONF/orv.conf"
+    candidates_conf | expect_file "$CONF/orv.conf"
 }
 
 @test "a read-only orv.conf is left as it was, with no .tmp beside it" {
@@ -315,7 +308,7 @@ EOF
 Cannot open file $CONF/orv.conf.
 Command failed.
 EOF
-    orv_conf_text | expect_file "$CONF/orv.conf"
+    candidates_conf | expect_file "$CONF/orv.conf"
     expect_no_tmp "$T"
 }
 
@@ -328,7 +321,7 @@ You do not have permission to modify the cluster configuration directory $CONF.
 Command failed.
 EOF
     chmod 755 "$CONF"
-    orv_conf_text | expect_file "$CONF/orv.conf"
+    candidates_conf | expect_file "$CONF/orv.conf"
 }
 
 # ---- links planted at .tmp paths ----
@@ -343,7 +336,7 @@ Cannot open file $CONF/orv.conf.
 Command failed.
 EOF
     expect_file "$T/victim" <<<'precious'
-    orv_conf_text | expect_file "$CONF/orv.conf"
+    candidates_conf | expect_file "$CONF/orv.conf"
     [ -L "$CONF/orv.conf.tmp" ]
 }
 

@@ -10,15 +10,7 @@ setup() {
 
 # orv.conf of the default tree once this host names MASTER as its master.
 conf_naming_master() {
-    cat <<CONF
-# ORV kernel configuration
-ORV_MASTER_LIST="$1"
-ORV_LIM_PORT=7869
-ORV_KD_PORT=7870
-ORV_PEM_PORT=7871
-ORV_GET_CONF=lim
-ORV_WORKDIR=/opt/orv/kernel/work
-CONF
+    orv_conf_text "$1"
 }
 
 # The three files of a new cluster whose master line names $1.

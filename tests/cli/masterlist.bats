@@ -17,15 +17,7 @@ setup() {
 
 # orv.conf of the default tree with ORV_MASTER_LIST holding $1.
 conf_with_list() {
-    cat <<CONF
-# ORV kernel configuration
-ORV_MASTER_LIST="$1"
-ORV_LIM_PORT=7869
-ORV_KD_PORT=7870
-ORV_PEM_PORT=7871
-ORV_GET_CONF=lim
-ORV_WORKDIR=/opt/orv/kernel/work
-CONF
+    orv_conf_text "$1"
 }
 
 write_conf_with_list() {
