@@ -66,24 +66,24 @@ ORV_WORKDIR=/opt/orv/kernel/work
 CONF
 }
 
+# orv_write_shared_and_cluster DIR [HOSTLINE...]: orv.shared naming cluster1 and its
+# cluster file (administrator orvadmin) with the given host lines in its host section.
+orv_write_shared_and_cluster() {
+    local d=$1
+    shift
+    printf 'Begin Cluster\nClusterName\ncluster1\nEnd Cluster\n' >"$d/orv.shared"
+    {
+        printf 'Begin ClusterAdmins\nAdministrators = orvadmin\nEnd ClusterAdmins\n\nBegin Host\n'
+        printf 'HOSTNAME  model    type        server r1m  mem  swp  RESOURCES    #Keywords\n'
+        [ $# -eq 0 ] || printf '%s\n' "$@"
+        printf 'End Host\n'
+    } >"$d/orv.cluster.cluster1"
+}
+
 orv_write_default_conf() {
     local d=$1
     orv_conf_text >"$d/orv.conf"
-    cat >"$d/orv.shared" <<'SHARED'
-Begin Cluster
-ClusterName
-cluster1
-End Cluster
-SHARED
-    cat >"$d/orv.cluster.cluster1" <<'CLUSTER'
-Begin ClusterAdmins
-Administrators = orvadmin
-End ClusterAdmins
-
-Begin Host
-HOSTNAME  model    type        server r1m  mem  swp  RESOURCES    #Keywords
-End Host
-CLUSTER
+    orv_write_shared_and_cluster "$d"
     cat >"$d/ResourceGroups.xml" <<'RG'
 <?xml version="1.0" encoding="UTF-8"?>
 <ResourceGroups>
@@ -299,22 +299,7 @@ ORV_LIM_PORT=7869
 ORV_KD_PORT=7870
 ORV_WORKDIR=$top/kernel/work
 CONF
-    cat >"$d/orv.shared" <<'SHARED'
-Begin Cluster
-ClusterName
-cluster1
-End Cluster
-SHARED
-    cat >"$d/orv.cluster.cluster1" <<'CLUSTER'
-Begin ClusterAdmins
-Administrators = orvadmin
-End ClusterAdmins
-
-Begin Host
-HOSTNAME  model    type        server r1m  mem  swp  RESOURCES    #Keywords
-hostA     !        !           1      -    -    -    (linux)
-End Host
-CLUSTER
+    orv_write_shared_and_cluster "$d" 'hostA     !        !           1      -    -    -    (linux)'
     cat >"$d/ResourceGroups.xml" <<'RG'
 <?xml version="1.0" encoding="UTF-8"?>
 <ResourceGroups>
