@@ -266,10 +266,16 @@ run_orv_unprivileged() {
     chown -R 65534:65534 "$T"
     local d=$T
     while [ "$d" != / ]; do chmod o+x "$d"; d=$(dirname "$d"); done
+    # The build directory may lie below a directory that user cannot enter (a checkout
+    # in a mktemp -d directory): run a copy of the binary from beside the fixture tree
+    # (not inside it, so snapshots of the tree stay as they were).
+    local bin=$BATS_TEST_TMPDIR/unprivileged-bin
+    install -d -m 0755 "$bin"
+    install -m 0755 "$ORVCONFIG" "$bin/orvconfig"
     local -a envs
     mapfile -t envs < <(orv_env)
     run setpriv --reuid=65534 --regid=65534 --clear-groups \
-        env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" <"${ORV_STDIN:-/dev/null}"
+        env -i PATH="$PATH" "${envs[@]}" "$bin/orvconfig" "$@" <"${ORV_STDIN:-/dev/null}"
 }
 
 # orv_ports_free BASE SPAN: succeeds when the SPAN ports from BASE are free right now.
