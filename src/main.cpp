@@ -13,6 +13,13 @@ int main(int argc, char** argv) {
     int result = -1;
     try {
         result = orv::orvconfigMain(argc, argv);
+    } catch (const orv::LockFailure& failure) {
+        // Another run kept the file locked too long (or it cannot be locked): nothing of
+        // that edit was written, and the run stops before any further change.
+        orv::alertI18nWithParameter(failure.timedOut
+                                        ? "Timed out waiting for another run to release file %s."
+                                        : "Cannot lock file %s.",
+                                    failure.path);
     } catch (const std::bad_alloc&) {
         // A file too large to edit in memory: its new text is built before anything is
         // written, so that file is as it was; the run fails instead of aborting.

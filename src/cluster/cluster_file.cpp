@@ -13,6 +13,7 @@
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
+#include "text/file_io.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"
@@ -274,6 +275,9 @@ int insertClusterShared(const std::string& dir, const std::string& host, int /*u
     if (!path) {
         return -1;
     }
+    // The host lines are read and the file rewritten under one lock: a host promoted at the
+    // same moment by another run is neither lost nor added twice.
+    const FileLock lock(*path);
     std::vector<std::string> hosts;
     std::vector<std::string> lines;
     std::string header;

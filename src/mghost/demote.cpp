@@ -17,6 +17,7 @@
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
+#include "text/file_io.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 
@@ -139,10 +140,28 @@ int applyEdits(const std::vector<Edit>& edits) {
     return 1;
 }
 
+// The shared master list without this host. The list is read again under the lock of the
+// shared orv.conf, which is held until the new list is written: hosts leaving at the same
+// moment each remove themselves without putting back another. (The first reading, before
+// the question, decides whether to go on; it is kept when the file cannot be read again.)
+std::string sharedListWithout(const DemoteDirs& d, std::vector<std::string> list,
+                              const std::string& host) {
+    std::vector<std::string> current;
+    if (getMasterListFromConf(d.shared, current, 0) >= 0) list = current;
+    std::string masterList;
+    convertMasterListFormat(rebuildMasterList(list, host), masterList);
+    return masterList;
+}
+
 // Edits the files; the master-list rows never fail the demotion.
-int rewriteFiles(const DemoteDirs& d, const std::string& masterList) {
-    std::string line = "ORV_MASTER_LIST=" + masterList;
-    replaceString(d.shared + "/orv.conf", "ORV_MASTER_LIST", line);
+int rewriteFiles(const DemoteDirs& d, const std::vector<std::string>& list,
+                 const std::string& host) {
+    std::string line;
+    {
+        const FileLock lock(d.shared + "/orv.conf");
+        line = "ORV_MASTER_LIST=" + sharedListWithout(d, list, host);
+        replaceString(d.shared + "/orv.conf", "ORV_MASTER_LIST", line);
+    }
     if (applyEdits(environmentEdits(d)) == -1) return -1;
     replaceString(d.local + "/orv.conf", "ORV_MASTER_LIST", line);
     return 1;
@@ -183,9 +202,7 @@ int orvconfig_removeshare(const char* pname) {
         return -2;
     }
     if (removeCluster(dirs.shared, host) < 0) return -1;
-    std::string masterList;
-    convertMasterListFormat(rebuildMasterList(list, host), masterList);
-    if (rewriteFiles(dirs, masterList) == -1) return -1;
+    if (rewriteFiles(dirs, list, host) == -1) return -1;
     alertI18nWithTwoParameters(kDemotedMessage, dirs.localTop, dirs.localTop);
     return 1;
 }

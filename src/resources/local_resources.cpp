@@ -200,6 +200,9 @@ int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list,
 }
 
 int addLocalResources(const std::string& dir, const std::vector<LOCAL_RESOURCE>& list, int count) {
+    // The tags are read and merged under one lock, so tags added at the same moment by
+    // another run are kept.
+    const FileLock lock(confPathOf(dir));
     std::vector<LOCAL_RESOURCE> existing;
     int existingCount = 0;
     std::string comment;

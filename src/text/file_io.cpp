@@ -6,9 +6,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <map>
 #include <new>
 #include <set>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
 #include "cli/messages.hpp"
 
@@ -29,6 +34,7 @@ class UniqueFd {
     }
     explicit operator bool() const { return fd_ >= 0; }
     int get() const { return fd_; }
+    int release() { return std::exchange(fd_, -1); }
     bool close() {
         const int fd = fd_;
         fd_ = -1;
@@ -61,6 +67,60 @@ std::set<std::string>& keptTmps() {
 bool isRegularFd(int fd) {
     struct stat st {};
     return ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+}
+
+// A file as the kernel knows it: one path may be spelled several ways.
+using FileId = std::pair<dev_t, ino_t>;
+
+FileId fileIdOf(int fd) {
+    struct stat st {};
+    if (::fstat(fd, &st) != 0) return {0, 0};
+    return {st.st_dev, st.st_ino};
+}
+
+// The files this run holds an exclusive lock on, with the number of FileLocks holding each.
+std::map<FileId, int>& heldLocks() {
+    static std::map<FileId, int> held;
+    return held;
+}
+
+bool heldByThisRun(int fd) {
+    return heldLocks().count(fileIdOf(fd)) != 0;
+}
+
+// Takes a lock of `type` (F_RDLCK or F_WRLCK) on the whole open file, waiting for other
+// runs at most lockWaitSeconds(). Throws LockFailure on time-out, and when an exclusive
+// lock cannot be taken at all (a file system without locks); a read goes on without one.
+void waitForLock(int fd, short type, const std::string& path) {
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                             std::chrono::duration<double>(lockWaitSeconds()));
+    auto pause = std::chrono::milliseconds(1);
+    int command = F_OFD_SETLK;
+    for (;;) {
+        struct flock request {};
+        request.l_type = type;
+        request.l_whence = SEEK_SET;
+        if (::fcntl(fd, command, &request) == 0) return;
+        if (errno == EINTR) continue;
+        if (errno == EINVAL && command == F_OFD_SETLK) {
+            command = F_SETLK;  // a kernel without open-file-description locks
+            continue;
+        }
+        if (errno != EAGAIN && errno != EACCES) {
+            if (type == F_RDLCK) return;
+            throw LockFailure{path, false};
+        }
+        const auto now = Clock::now();
+        if (now >= deadline) throw LockFailure{path, true};
+        std::this_thread::sleep_for(std::min<Clock::duration>(pause, deadline - now));
+        pause = std::min(pause * 2, std::chrono::milliseconds(50));
+    }
+}
+
+// Locks an open file for writing unless this run holds it already.
+void lockForWrite(int fd, const std::string& path) {
+    if (!heldByThisRun(fd)) waitForLock(fd, F_WRLCK, path);
 }
 
 // Opens for writing and refuses anything but a regular file. O_NONBLOCK keeps a FIFO
@@ -162,6 +222,7 @@ CommitResult writeBoth(const std::string& file, const TextPieces& content, bool 
         if (!keepTmpOnFileOpenFailure) ::unlink(tmp.c_str());
         return CommitResult::FileOpenFailed;
     }
+    lockForWrite(fd.get(), file);
     if (!rewriteInPlace(fd, file, tmp, content, sync)) return CommitResult::FileWriteFailed;
     ::unlink(tmp.c_str());
     return CommitResult::Written;
@@ -175,6 +236,7 @@ bool readRegularFile(const std::string& path, std::string& out) {
     if (!fd) return false;
     struct stat st {};
     if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
+    if (!heldByThisRun(fd.get())) waitForLock(fd.get(), F_RDLCK, path);
     try {
         if (readAll(fd.get(), out, static_cast<std::size_t>(st.st_size))) return true;
     } catch (const std::bad_alloc&) {
@@ -220,6 +282,38 @@ CommitResult writeThroughTmp(const std::string& target, std::string_view content
     return writeBoth(target, TextPieces{content}, false, true, false, tmpFd);
 }
 
+FileLock::FileLock(const std::string& path) {
+    UniqueFd fd(openRetrying(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    if (!fd || !isRegularFd(fd.get())) return;
+    const FileId id = fileIdOf(fd.get());
+    auto held = heldLocks().find(id);
+    if (held != heldLocks().end()) {
+        ++held->second;  // the run holds it already: the outer lock covers this edit too
+    } else {
+        waitForLock(fd.get(), F_WRLCK, path);
+        heldLocks().emplace(id, 1);
+        fd_ = fd.release();  // closing the last descriptor of the lock releases it
+    }
+    dev_ = id.first;
+    ino_ = id.second;
+    holds_ = true;
+}
+
+FileLock::~FileLock() {
+    if (!holds_) return;
+    auto held = heldLocks().find({dev_, ino_});
+    if (held != heldLocks().end() && --held->second == 0) heldLocks().erase(held);
+    if (fd_ >= 0) ::close(fd_);
+}
+
+double lockWaitSeconds() {
+    const char* text = std::getenv("ORVCONFIG_LOCK_WAIT");
+    if (text == nullptr) return 60;
+    char* end = nullptr;
+    const double seconds = std::strtod(text, &end);
+    return end != text && *end == '\0' && seconds >= 0 && seconds < 1e6 ? seconds : 60;
+}
+
 bool anyWriteFailed() {
     return writeFailure;
 }
@@ -238,6 +332,7 @@ NewFileResult writeNewFile(const std::string& path, std::string_view content) {
 bool appendToFile(const std::string& path, std::string_view text) {
     UniqueFd fd = openRegularForWrite(path, O_CREAT | O_APPEND);
     if (!fd) return false;
+    lockForWrite(fd.get(), path);
     struct stat before {};
     const bool sized = ::fstat(fd.get(), &before) == 0;
     bool ok = writeAll(fd.get(), text);

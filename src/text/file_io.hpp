@@ -3,15 +3,52 @@
 // and every write is checked.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace orv {
 
-// Reads a whole regular file. False when it cannot be opened, is not a regular file,
-// or cannot be read; out is then empty.
+// Reads a whole regular file, holding a shared lock on it while it reads, so that it never
+// sees another run's rewrite half done. False when it cannot be opened, is not a regular
+// file, or cannot be read; out is then empty.
 bool readRegularFile(const std::string& path, std::string& out);
+
+// Several runs may edit one file at once (a parallel shell promoting many hosts onto one
+// shared directory). Every read-modify-write holds an exclusive lock on the file from the
+// read of the text it changes until the new text is committed; the lock is an
+// open-file-description record lock, which network file systems honour and the kernel
+// drops when the process dies. While a run holds it, its own reads and rewrites of that
+// file go through without waiting; other runs wait, for at most lockWaitSeconds().
+class FileLock {
+  public:
+    FileLock() = default;
+    // Locks `path` for an edit; holds nothing when the file cannot be opened for writing
+    // (the edit then fails as it always has, when it commits).
+    explicit FileLock(const std::string& path);
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+    ~FileLock();
+
+  private:
+    int fd_ = -1;  // the descriptor holding the lock, when this is the outermost holder
+    dev_t dev_ = 0;
+    ino_t ino_ = 0;
+    bool holds_ = false;
+};
+
+// A lock that was not granted in time, or could not be taken at all. Thrown before
+// anything of the edit is written; the run reports it and ends with status 255.
+struct LockFailure {
+    std::string path;
+    bool timedOut;
+};
+
+// How long a run waits for another run's lock: ORVCONFIG_LOCK_WAIT seconds when set to a
+// number, else 60.
+double lockWaitSeconds();
 
 // True when path is an existing regular file (stat follows links).
 bool isRegularFile(const std::string& path);

@@ -219,6 +219,7 @@ std::string joined(const TextPieces& pieces, std::size_t sizeHint) {
 RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
                            const std::function<void(std::string& out)>& finish,
                            bool keepTmpOnFileOpenFailure) {
+    const FileLock lock(file);
     LineReader in;
     if (!in.open(file)) return RewriteStatus::ReadFailed;
     std::string out = reservedOutput(in.data());
@@ -232,6 +233,7 @@ RewriteStatus rewriteLinesHolding(const std::string& file, const std::vector<std
                                   const LineEditor& edit) {
     // Past this many pieces, joining them costs less than writing each on its own.
     constexpr std::size_t kMaxPieces = 257;
+    const FileLock lock(file);
     LineReader in;
     if (!in.open(file)) return RewriteStatus::ReadFailed;
     const std::string& text = in.data();

@@ -2,7 +2,8 @@
 # Crash consistency: for every representative edit, kills orvconfig at each write-side
 # system call in turn (SIGKILL delivered by strace as the call is entered) and checks that
 # no configuration file was lost: each holds its complete old or new version, or its
-# ".tmp" holds the complete new one.
+# ".tmp" holds the complete new one; and that no lock outlived the killed run (fcntl is
+# among the kill points, so runs are also killed while they wait for or hold a lock).
 #
 #   ORVCONFIG=build/orvconfig tests/reliability/kill_points.sh [SCENARIO...]
 #
@@ -11,7 +12,7 @@
 set -uo pipefail
 source "$(dirname "$0")/scenarios.sh"
 
-SYSCALLS=(openat write ftruncate fsync close unlink)
+SYSCALLS=(openat fcntl write ftruncate fsync close unlink)
 
 # count_calls: the number of calls of each traced system call in a clean run, printed as
 # "name count" lines.
@@ -58,6 +59,21 @@ check_catches_loss() {
     return 0
 }
 
+# A killed run leaves no lock behind: every changed file can be locked at once.
+PYTHON=$(command -v /usr/bin/python3 || command -v python3)
+no_stale_lock() {
+    "$PYTHON" - "$T" "${REL_CHANGED[@]}" <<'PY'
+import fcntl, os, sys
+for rel in sys.argv[2:]:
+    path = os.path.join(sys.argv[1], rel)
+    if os.path.isfile(path):
+        try:
+            fcntl.lockf(open(path, "r+"), fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except OSError:
+            sys.exit("    %s is still locked" % rel)
+PY
+}
+
 TOTAL=0 LOSSES=0 SURVIVED=0 DONE=0
 run_scenario() {
     local name=$1 s n count line tried=0
@@ -75,7 +91,7 @@ run_scenario() {
                 echo "  $name: $s #$n did not kill the process"
                 SURVIVED=$((SURVIVED + 1))
             fi
-            if ! rel_check_tree >"$W/check"; then
+            if ! rel_check_tree >"$W/check" || ! no_stale_lock >>"$W/check"; then
                 echo "  $name: killed at $s #$n:"
                 sed 's/^/    /' "$W/check"
                 LOSSES=$((LOSSES + 1))
