@@ -1,8 +1,8 @@
 #include <csignal>
 #include <new>
 
-#include "cli/messages.hpp"
 #include "cli/usage.hpp"
+#include "console/messages.hpp"
 #include "text/file_io.hpp"
 
 // The dispatcher's -1 becomes exit status 255.

@@ -7,8 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/messages.hpp"
 #include "cluster/join.hpp"
+#include "cluster/master_list_command.hpp"
+#include "console/messages.hpp"
 #include "hosts/master_list.hpp"
 #include "mghost/demote.hpp"
 #include "mghost/promote.hpp"

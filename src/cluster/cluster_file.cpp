@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
@@ -21,7 +21,6 @@ namespace orv {
 
 namespace {
 
-constexpr const char* kCannotOpenMessage = "Cannot open file %s.";
 constexpr const char* kColumnSeparators = " \t";
 
 // Where a line stands relative to the host section: 0 outside, 1 after "Begin Host",
@@ -162,7 +161,7 @@ int promotedResources(const std::vector<std::string>& values, std::size_t index,
 int editReporting(const std::string& path, const LineEditor& edit) {
     RewriteStatus status = rewriteLines(path, edit);
     if (status == RewriteStatus::ReadFailed || status == RewriteStatus::TmpOpenFailed) {
-        alertI18nWithParameter(kCannotOpenMessage, path);
+        alertI18nWithParameter(kCannotOpenFileMessage, path);
     }
     return status == RewriteStatus::Ok ? 1 : -1;
 }
@@ -206,7 +205,7 @@ int getHostListFromCluster(const std::string& dir, std::vector<std::string>& hos
     }
     LineReader reader;
     if (!reader.open(*path)) {
-        alertI18nWithParameter(kCannotOpenMessage, *path);
+        alertI18nWithParameter(kCannotOpenFileMessage, *path);
         return -1;
     }
     HostSection section;
@@ -231,7 +230,7 @@ int getHostLineFromCluster(const std::string& path, std::vector<std::string>& ho
     header.clear();
     LineReader reader;
     if (!reader.open(path)) {
-        alertI18nWithParameter(kCannotOpenMessage, path);
+        alertI18nWithParameter(kCannotOpenFileMessage, path);
         return -1;
     }
     HostSection section;

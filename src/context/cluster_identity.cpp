@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/environment.hpp"
 #include "text/line_reader.hpp"
 #include "text/strings.hpp"
@@ -121,7 +121,7 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
     const std::string file = std::string(confdir) + "/" + clusterfile;
     LineReader in;
     if (!in.open(file)) {
-        alertI18nWithParameter("Cannot open the file %s.", file);
+        alertI18nWithParameter(kCannotOpenTheFileMessage, file);
         return -1;
     }
     const std::string value = readAdministrators(in);

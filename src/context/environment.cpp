@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 
 namespace orv {
 

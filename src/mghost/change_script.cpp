@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/environment.hpp"
 #include "mghost/copy.hpp"
 #include "text/file_io.hpp"
@@ -22,6 +22,8 @@
 #include "text/xml_value.hpp"
 
 namespace orv {
+
+int globalRnConfFileErrorFlag = 0;
 
 namespace {
 
@@ -33,8 +35,6 @@ enum ScriptIndex { kConf = 0, kMasterUpdate = 1, kUpdate = 2 };
 // OPERATION is held in a fixed field: this many characters or more is a format error.
 constexpr std::size_t kConfOperationField = 20;
 constexpr std::size_t kUpdateOperationField = 40;
-
-constexpr const char* kCannotOpenScript = "Cannot open the file %s.";
 
 // No command of this system sets a service account, so these stay empty.
 const std::string baseUserName;
@@ -131,7 +131,7 @@ void copyOneScript(const std::string& dir, std::size_t index, Placeholders& valu
     const std::string path = scriptPath(dir, index);
     LineReader in;
     if (!in.open(path)) {
-        alertI18nWithParameter(kCannotOpenScript, path);
+        alertI18nWithParameter(kCannotOpenTheFileMessage, path);
         return;
     }
     std::string text;
@@ -292,7 +292,7 @@ int copyConfigAndReplace(const std::string& dir, const std::string& installTop,
 int mgConf(const std::string& scriptPath) {
     LineReader in;
     if (!in.open(scriptPath)) {
-        alertI18nWithParameter(kCannotOpenScript, scriptPath);
+        alertI18nWithParameter(kCannotOpenTheFileMessage, scriptPath);
         return -1;
     }
     std::string line;
@@ -312,7 +312,7 @@ int mgConf(const std::string& scriptPath) {
 int mgUpdate(const std::string& scriptPath) {
     LineReader in;
     if (!in.open(scriptPath)) {
-        alertI18nWithParameter(kCannotOpenScript, scriptPath);
+        alertI18nWithParameter(kCannotOpenTheFileMessage, scriptPath);
         return -1;
     }
     std::string line;

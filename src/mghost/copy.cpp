@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/environment.hpp"
 #include "text/file_io.hpp"
 #include "text/line_reader.hpp"
@@ -80,7 +80,7 @@ int commitCopy(const std::string& target, const std::string& content) {
         case CommitResult::Unchanged:
             return 0;
         case CommitResult::FileOpenFailed:
-            alertI18nWithParameter("Cannot open file %s.", tmpPathOf(target));
+            alertI18nWithParameter(kCannotOpenFileMessage, tmpPathOf(target));
             return -1;
         case CommitResult::TmpOpenFailed:
         case CommitResult::TmpWriteFailed:

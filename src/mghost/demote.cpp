@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/messages.hpp"
 #include "cluster/cluster_file.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"

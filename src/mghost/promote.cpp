@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/messages.hpp"
 #include "cluster/cluster_file.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
@@ -156,7 +156,7 @@ int checkHead(const std::string& keyword, std::string& outDir) {
     if (installTop == nullptr) return -1;
     LineReader in;
     if (!in.open(std::string(installTop) + "/.install/head.conf")) {
-        alertI18nWithParameter("Cannot open the file %s.", "head.conf");
+        alertI18nWithParameter(kCannotOpenTheFileMessage, "head.conf");
         return -1;
     }
     int count = 0;

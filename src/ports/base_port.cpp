@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
@@ -154,7 +154,7 @@ struct PortSide {
 };
 
 class PortEditor {
-public:
+  public:
     explicit PortEditor(int base) : base_(base) {}
     int result() const { return result_; }
 
@@ -175,7 +175,7 @@ public:
         result_ |= chgKeyLines(file, settings);
     }
 
-private:
+  private:
     int base_;
     int result_ = 0;
 };

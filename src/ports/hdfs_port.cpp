@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/environment.hpp"
 #include "ports/base_port.hpp"
 #include "text/xml_value.hpp"

@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/master_list.hpp"
@@ -19,7 +19,6 @@ namespace orv {
 namespace {
 
 constexpr const char* kResourceKey = "ORV_LOCAL_RESOURCES";
-constexpr const char* kCannotOpenTheFile = "Cannot open the file %s.";
 
 constexpr const char* kNotComputeHostMessage =
     "This command can only be executed on compute hosts. This host does not appear to be a "
@@ -56,7 +55,7 @@ enum class KeyLine { OpenFailed, Absent, Found };
 KeyLine findKeyLine(const std::string& path, std::string& keyLine) {
     LineReader in;
     if (!in.open(path)) {
-        alertI18nWithParameter(kCannotOpenTheFile, path);
+        alertI18nWithParameter(kCannotOpenTheFileMessage, path);
         return KeyLine::OpenFailed;
     }
     int lineCount = 0;
@@ -187,7 +186,7 @@ int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list,
         case KeyLine::Absent:
             // Give the key an empty value so that the rewrite has a line to replace.
             if (!appendToFile(path, "\n" + std::string(kResourceKey) + "=\n")) {
-                alertI18nWithParameter(kCannotOpenTheFile, path);
+                alertI18nWithParameter(kCannotOpenTheFileMessage, path);
                 return -1;
             }
             return 0;

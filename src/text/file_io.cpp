@@ -10,7 +10,7 @@
 #include <set>
 #include <stdexcept>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 
 namespace orv {
 

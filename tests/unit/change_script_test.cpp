@@ -10,7 +10,7 @@
 
 #include <string>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "mghost_test_support.hpp"
 
 namespace orv {

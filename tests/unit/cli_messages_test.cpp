@@ -6,7 +6,7 @@
 #include <string>
 
 #include "child_process.hpp"
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "cli/usage.hpp"
 
 namespace orv {
