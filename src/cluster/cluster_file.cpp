@@ -267,8 +267,7 @@ int insertCluster(const std::string& dir, const std::string& host) {
     return insertAfterHeader(*path, host);
 }
 
-int insertClusterShared(const std::string& dir, const std::string& host, int /*unused1*/,
-                        const std::string& /*unused2*/) {
+int insertClusterShared(const std::string& dir, const std::string& host) {
     std::optional<std::string> path = clusterFilePath(dir);
     if (!path) {
         return -1;

@@ -12,6 +12,8 @@ namespace orv {
 // Message texts printed by more than one module.
 inline constexpr const char* kCannotOpenFileMessage = "Cannot open file %s.";
 inline constexpr const char* kCannotOpenTheFileMessage = "Cannot open the file %s.";
+// A result reported as a failure of the whole command.
+inline constexpr const char* kCommandFailedMessage = "Command failed.";
 
 // Set by a trailing "-f": every confirmation then counts as answered yes.
 extern int silent;

@@ -280,8 +280,8 @@ bool parseScriptLine(const std::string& line, bool isUpdate, ScriptLine& out) {
 }
 
 int copyConfigAndReplace(const std::string& dir, const std::string& installTop,
-                         const std::string& shareTop, const std::string& /*spare*/,
-                         const std::string& clusterName, const std::string& headTop) {
+                         const std::string& shareTop, const std::string& clusterName,
+                         const std::string& headTop) {
     Placeholders values(installTop, shareTop, clusterName, headTop);
     for (std::size_t index = 0; index < kScriptNames.size(); ++index) {
         copyOneScript(dir, index, values);
@@ -339,9 +339,9 @@ int deleteTmpConfig(const std::string& dir) {
 }
 
 int dotInstall(const std::string& dir, int mode, const std::string& installTop,
-               const std::string& shareTop, const std::string& spare,
-               const std::string& clusterName, const std::string& headTop) {
-    if (copyConfigAndReplace(dir, installTop, shareTop, spare, clusterName, headTop) != 0) {
+               const std::string& shareTop, const std::string& clusterName,
+               const std::string& headTop) {
+    if (copyConfigAndReplace(dir, installTop, shareTop, clusterName, headTop) != 0) {
         return 0;
     }
     int result = 0;

@@ -10,11 +10,11 @@ namespace orv {
 extern int globalRnConfFileErrorFlag;
 
 int dotInstall(const std::string& dir, int mode, const std::string& installTop,
-               const std::string& shareTop, const std::string& spare,
-               const std::string& clusterName, const std::string& headTop);
+               const std::string& shareTop, const std::string& clusterName,
+               const std::string& headTop);
 int copyConfigAndReplace(const std::string& dir, const std::string& installTop,
-                         const std::string& shareTop, const std::string& spare,
-                         const std::string& clusterName, const std::string& headTop);
+                         const std::string& shareTop, const std::string& clusterName,
+                         const std::string& headTop);
 int mgConf(const std::string& scriptPath);
 int mgUpdate(const std::string& scriptPath);
 int deleteTmpConfig(const std::string& dir);

@@ -149,11 +149,11 @@ int rewriteFiles(const DemoteDirs& d, const std::string& masterList) {
 }
 
 // Steps up to the administrator check; false after the failing step's message.
-bool resolveDirectories(const char* pname, DemoteDirs& d) {
+bool resolveDirectories(DemoteDirs& d) {
     const char* shared = getOrvConfDir();
     if (shared == nullptr || checkDirectory(shared) != 1) return false;
     d.shared = shared;
-    if (getOrvDirFromBinary(pname, d.local) == -1) return false;
+    if (getOrvDirFromBinary(d.local) == -1) return false;
     d.localTop = resolvedPath(d.local + "/../../");
     d.localParent = parentOf(d.local);
     return checkDirectory(d.local) == 1;
@@ -172,9 +172,9 @@ bool mayDemote(const DemoteDirs& d) {
 
 }  // namespace
 
-int orvconfig_removeshare(const char* pname) {
+int orvconfig_removeshare() {
     DemoteDirs dirs;
-    if (!resolveDirectories(pname, dirs) || !mayDemote(dirs)) return -1;
+    if (!resolveDirectories(dirs) || !mayDemote(dirs)) return -1;
     std::string host = thisHostName();
     std::vector<std::string> list;
     if (getMasterListFromConf(dirs.shared, list, 1) < 0) return -1;

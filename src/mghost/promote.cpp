@@ -83,7 +83,7 @@ int runProductScripts(const char* productDir, const std::optional<std::string>& 
     if (mode == -1) return -1;
     if (showWarning() == 0) return -1;
     std::string scripts = std::string(installTop) + "/" + productDir + "/.install";
-    return dotInstall(scripts, mode, installTop, *top, "", get_cluster_name(), installTop);
+    return dotInstall(scripts, mode, installTop, *top, get_cluster_name(), installTop);
 }
 
 // A product keyword given on a host that already uses the shared directory.
@@ -188,12 +188,14 @@ int orvconfig_setshare_orv(const std::string& shareTopArg) {
         return -1;
     }
     std::string top = installTop;
-    if (dotInstall(top + "/.install", mode, top, shareTop, "", get_cluster_name(), top) != 0) {
+    if (dotInstall(top + "/.install", mode, top, shareTop, get_cluster_name(), top) != 0) {
         return -1;
     }
     if (mode == 1) updateResourceGroup(sharedConf + "/ResourceGroups.xml");
-    int vos = checkVosCluster(confDir, getVosEnvDir());
-    return insertClusterShared(sharedConf, thisHostName(), vos, "") < 0 ? -1 : 0;
+    // The batch product's answer is not needed here, but the check is still made: a
+    // directory it cannot examine is reported, and that line is part of this output.
+    (void)checkVosCluster(confDir, getVosEnvDir());
+    return insertClusterShared(sharedConf, thisHostName()) < 0 ? -1 : 0;
 }
 
 int orvconfig_setshare_vos(const std::optional<std::string>& shareTop) {
@@ -211,7 +213,7 @@ int orvconfig_setshare_zt(const std::string& addOnTop) {
     if (installTop == nullptr || !shareTop) return -1;
     // A failed master test is left to dotInstall, which refuses any mode but 0 and 1.
     int mode = checkMaster(confDirOf(*shareTop), 1);
-    return dotInstall(addOnTop + "/.install", mode, installTop, *shareTop, "", get_cluster_name(),
+    return dotInstall(addOnTop + "/.install", mode, installTop, *shareTop, get_cluster_name(),
                       addOnTop);
 }
 
