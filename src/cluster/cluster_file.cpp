@@ -67,13 +67,13 @@ std::optional<std::string> clusterFilePath(const std::string& dir) {
     if (!name) {
         return std::nullopt;
     }
-    return dir + "/orv.cluster." + *name;
+    return dir + "/" + clusterFileName(*name);
 }
 
 // The cluster file the host list is read from: orv.cluster.<name> of the directory, or
 // vos.cluster.<name> (the batch product's name) in the same directory.
 std::optional<std::string> hostListPath(const std::string& dir) {
-    std::optional<std::string> name = clusterFileName(dir, getVosEnvDir());
+    std::optional<std::string> name = clusterFileNameIn(dir, getVosEnvDir());
     if (!name) {
         return std::nullopt;
     }

@@ -36,7 +36,7 @@ struct JoinRun {
     FILEINFO confInfo;
     FILEINFO clusterInfo;
 
-    std::string clusterFile() const { return "orv.cluster." + clusterName; }
+    std::string clusterFile() const { return clusterFileName(clusterName); }
 };
 
 bool isSpace(char c) {

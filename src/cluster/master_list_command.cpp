@@ -176,7 +176,7 @@ int orvconfig_setmasterlist(const std::string& masterlist) {
     getCurrentUser(user);
     const char* vosEnvDir = getVosEnvDir();
 
-    std::optional<std::string> clusterFile = clusterFileName(confDir, vosEnvDir);
+    std::optional<std::string> clusterFile = clusterFileNameIn(confDir, vosEnvDir);
     if (!clusterFile) {
         alertI18n(kNoClusterNameMessage);
         return -1;

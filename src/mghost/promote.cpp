@@ -47,8 +47,12 @@ void printResetMessage(const std::string& sharedConfDir, const std::string& inst
                                  installTop.c_str());
 }
 
-void stripTrailingSlashes(std::string& path) {
+// The shared top as typed on the command line, normalised once for every use: its trailing
+// slashes are dropped. (The kernel's own step, checkShareTop, also drops one trailing
+// backslash from its copy; the products and the reset message keep it, as they always have.)
+std::string normalisedSharedTop(std::string path) {
     while (!path.empty() && path.back() == '/') path.pop_back();
+    return path;
 }
 
 // The cluster name as the administrator check needs it: the master (and a host still on
@@ -130,7 +134,6 @@ int promoteKernel(const std::string& shareTop, const std::string& installTop) {
 int precheckCurrentUser() {
     std::string user;
     getCurrentUser(user);
-    std::string clusterFile = "orv.cluster.";
     const char* confDir = getOrvConfDir();
     if (confDir == nullptr) return -1;
     std::optional<std::string> name = clusterNameForCheck(confDir);
@@ -138,7 +141,7 @@ int precheckCurrentUser() {
         alertI18n("Cannot get the cluster name");
         return -1;
     }
-    clusterFile += *name;
+    const std::string clusterFile = clusterFileName(*name);
     return checkExecuteUser(confDir, clusterFile.c_str(), user) == -1 ? -1 : 0;
 }
 
@@ -147,7 +150,9 @@ int checkShareTop(std::string& path) {
         alertI18n(kAbsolutePathMessage);
         return -1;
     }
-    if (path.back() == '/' || path.back() == '\\') path.pop_back();
+    // The trailing slashes are already gone (normalisedSharedTop); one trailing backslash,
+    // the other separator administrators type, is dropped here.
+    if (path.back() == '\\') path.pop_back();
     return 0;
 }
 
@@ -217,12 +222,12 @@ int orvconfig_setshare_zt(const std::string& addOnTop) {
                       addOnTop);
 }
 
-int orvconfig_setshare(std::string sharedTop) {
+int orvconfig_setshare(const std::string& sharedTopArg) {
     const char* installTop = getInstallTop();
     const char* confDir = getOrvConfDir();
     const char* localConfDir = getOrvLocalConfDir();
     std::optional<std::string> shareTop = getShareTop();
-    stripTrailingSlashes(sharedTop);
+    const std::string sharedTop = normalisedSharedTop(sharedTopArg);
     if (installTop == nullptr) return -1;
     if (!pathExists(std::string(installTop) + "/.install")) {
         alertI18n(kNoInstallMessage);
