@@ -1,5 +1,7 @@
 # Shared setup of the benchmark scripts: a Release build of orvconfig, a fixture
 # installation tree and the nss_wrapper identity (the same simulation as the tests).
+# Sourced by the bench scripts, which read the variables set here.
+# shellcheck shell=bash disable=SC2034
 set -eu
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
 "$ROOT/scripts/bootstrap.sh" >/dev/null

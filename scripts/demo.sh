@@ -104,7 +104,7 @@ host_env() {
         "ORV_LOCAL_CONFDIR=$SANDBOX/$AS_HOST/top/kernel/conf"
 }
 
-BOLD= PLAIN=
+BOLD='' PLAIN=''
 if [ -t 1 ]; then BOLD=$'\033[1m' PLAIN=$'\033[0m'; fi
 
 BEFORE=$(mktemp -d)
@@ -154,7 +154,9 @@ replaceline|@ORV_CONFDIR@/profile.orv|ORV_CONFDIR=|ORV_CONFDIR=@SHARETOP@/kernel
 replaceline|@ORV_CONFDIR@/cshrc.orv|setenv ORV_CONFDIR|setenv ORV_CONFDIR @SHARETOP@/kernel/conf
 UPDATE
     printf '# installed products: name;keyword;top directory\n' >"$top/.install/head.conf"
+    # shellcheck disable=SC2016 # the environment scripts hold their variables unexpanded
     printf 'ORV_CONFDIR=$ORV_TOP/kernel/conf\nORV_OSRVDIR=$ORV_TOP/oservice\n' >"$conf/profile.orv"
+    # shellcheck disable=SC2016 # as above
     printf 'setenv ORV_CONFDIR $ORV_TOP/kernel/conf\nsetenv ORV_OSRVDIR $ORV_TOP/oservice\n' \
         >"$conf/cshrc.orv"
     [ -e "$conf/ResourceGroups.xml" ] || cat >"$conf/ResourceGroups.xml" <<'RG'
@@ -174,6 +176,7 @@ install_vos() {
     local top=$SANDBOX/$1/top
     mkdir -p "$top/vos/conf" "$top/vos/.install"
     printf 'VOS_TOP=%s/vos\nVOS_ORV_ENVDIR=%s/kernel/conf\n' "$top" "$top" >"$top/vos/conf/vos.conf"
+    # shellcheck disable=SC2016 # as above
     printf 'VOS_ENVDIR=$VOS_TOP/conf\n' >"$top/vos/conf/profile.vos"
     echo 'file|@INSTALLDIR@/vos/conf/vos.conf|@SHARETOP@/vos/conf/vos.conf|Y' \
         >"$top/vos/.install/mgconf.txt"

@@ -1,8 +1,8 @@
 #include <csignal>
 #include <new>
 
-#include "cli/messages.hpp"
 #include "cli/usage.hpp"
+#include "console/messages.hpp"
 #include "text/file_io.hpp"
 
 // The dispatcher's -1 becomes exit status 255.
@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
     } catch (const std::bad_alloc&) {
         // A file too large to edit in memory: its new text is built before anything is
         // written, so that file is as it was; the run fails instead of aborting.
-        orv::alertI18n("Command failed.");
+        orv::alertI18n(orv::kCommandFailedMessage);
     }
     // A file that could not be written fails the run, also where a command goes on past
     // the failed edit.

@@ -7,8 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/messages.hpp"
 #include "cluster/join.hpp"
+#include "cluster/master_list_command.hpp"
+#include "console/messages.hpp"
 #include "hosts/master_list.hpp"
 #include "mghost/demote.hpp"
 #include "mghost/promote.hpp"
@@ -123,45 +124,42 @@ void mghostUsage() {
     usageLine("       %s mghost zt [-f]\n");
 }
 
+// The one usage line of a subcommand; nullptr for the texts of several lines and for a
+// value that names no text.
+const char* singleLine(UsageText text) {
+    switch (text) {
+        case UsageText::Masterlist:
+            return "Usage: %s masterlist host_name[,host_name,...] [-f]\n";
+        case UsageText::Join:
+            return "Usage: %s join master_name [-f]\n";
+        case UsageText::Setbaseport:
+            return "Usage: %s setbaseport base_port_no\n";
+        case UsageText::Unsetmghost:
+            return "Usage: %s unsetmghost [-f]\n";
+        case UsageText::Addresourceattr:
+            return "Usage: %s addresourceattr \"[resource resource_name] [resourcemap "
+                   "value*resource_name] ...\"\n";
+        case UsageText::Hovhdfsport:
+            return "Usage: %s hovhdfsport <show|set> <port>\n";
+        case UsageText::Full:
+        case UsageText::Mghost:
+            break;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
-void usage(int type) {
-    const char* single = nullptr;
-    switch (type) {
-        case 2:
-            break;
-        case 3:
-            single = "Usage: %s masterlist host_name[,host_name,...] [-f]\n";
-            break;
-        case 4:
-            single = "Usage: %s join master_name [-f]\n";
-            break;
-        case 6:
-            break;
-        case 8:
-            single = "Usage: %s setbaseport base_port_no\n";
-            break;
-        case 9:
-            single = "Usage: %s unsetmghost [-f]\n";
-            break;
-        case 10:
-            single =
-                "Usage: %s addresourceattr \"[resource resource_name] [resourcemap "
-                "value*resource_name] ...\"\n";
-            break;
-        case 12:
-            single = "Usage: %s hovhdfsport <show|set> <port>\n";
-            break;
-        default:
-            return;
-    }
-    printText("\n");
-    if (type == 2) {
+void usage(UsageText text) {
+    if (text == UsageText::Full) {
+        printText("\n");
         fullUsage();
-    } else if (type == 6) {
+    } else if (text == UsageText::Mghost) {
+        printText("\n");
         mghostUsage();
-    } else {
-        usageLine(single);
+    } else if (const char* line = singleLine(text)) {
+        printText("\n");
+        usageLine(line);
     }
 }
 
@@ -176,143 +174,128 @@ void printVersionBanner() {
         stderr);
 }
 
-void pauseForVista() {}
-
 namespace {
 
-// What the dispatcher was given, and the rules shared by every subcommand row.
+// What the dispatcher was given.
 struct Invocation {
     int argc;
     char** argv;
 
     std::string_view arg(int i) const { return argv[i]; }
-
-    // A trailing word, where allowed, must be exactly "-f"; it turns confirmations off.
-    bool acceptForce(int index) const {
-        if (argc <= index) {
-            return true;
-        }
-        if (std::strcmp(argv[index], "-f") != 0) {
-            return false;
-        }
-        silent = 1;
-        return true;
-    }
 };
 
-// The common ending of a row: usage on a bad command line, else the result line.
-int usageError(int selector, bool pause) {
-    usage(selector);
-    if (pause) {
-        pauseForVista();
+// A trailing word, where allowed, must be exactly "-f"; it sets the global `silent`, which
+// turns confirmations off for the rest of the run. False for any other trailing word.
+bool takeForceFlag(const Invocation& in, int index) {
+    if (in.argc <= index) {
+        return true;
     }
+    if (std::strcmp(in.argv[index], "-f") != 0) {
+        return false;
+    }
+    silent = 1;
+    return true;
+}
+
+// The common endings of a row: usage on a bad command line, else the result line.
+int usageError(UsageText text) {
+    usage(text);
     return -1;
 }
 
-int commandFailed(bool pause) {
-    alertI18n("Command failed.");
-    if (pause) {
-        pauseForVista();
-    }
+int commandFailed() {
+    alertI18n(kCommandFailedMessage);
     return -1;
-}
-
-int succeeded() {
-    pauseForVista();
-    return 0;
 }
 
 int runMasterlist(const Invocation& in) {
-    if ((in.argc != 3 && in.argc != 4) || !in.acceptForce(3)) {
-        return usageError(3, true);
+    if ((in.argc != 3 && in.argc != 4) || !takeForceFlag(in, 3)) {
+        return usageError(UsageText::Masterlist);
     }
     if (orvconfig_setmasterlist(in.argv[2]) == -1) {
-        return commandFailed(true);
+        return commandFailed();
     }
     alertI18nWithParameter(
         "The master host failover order is %s. To make changes take effect, "
         "restart ORV on the master host with the command orvsh orv restart.",
         in.argv[2]);
-    return succeeded();
+    return 0;
 }
 
 int runJoin(const Invocation& in) {
-    if ((in.argc != 3 && in.argc != 4) || !in.acceptForce(3)) {
-        return usageError(4, true);
+    if ((in.argc != 3 && in.argc != 4) || !takeForceFlag(in, 3)) {
+        return usageError(UsageText::Join);
     }
     if (orvconfig_join(in.argv[2]) == -1) {
-        return commandFailed(true);
+        return commandFailed();
     }
-    return succeeded();
+    return 0;
 }
 
-// The only row that never pauses on its usage and failure paths.
 int runMghost(const Invocation& in) {
-    if ((in.argc != 3 && in.argc != 4) || !in.acceptForce(3)) {
-        return usageError(6, false);
+    if ((in.argc != 3 && in.argc != 4) || !takeForceFlag(in, 3)) {
+        return usageError(UsageText::Mghost);
     }
     if (orvconfig_setshare(in.argv[2]) == -1) {
-        return commandFailed(false);
+        return commandFailed();
     }
-    return succeeded();
+    return 0;
 }
 
 int runUnsetmghost(const Invocation& in) {
-    if ((in.argc != 2 && in.argc != 3) || !in.acceptForce(2)) {
-        return usageError(9, true);
+    if ((in.argc != 2 && in.argc != 3) || !takeForceFlag(in, 2)) {
+        return usageError(UsageText::Unsetmghost);
     }
-    const int ret = orvconfig_removeshare(in.argv[0]);
+    const int ret = orvconfig_removeshare();
     if (ret == -1) {
-        return commandFailed(true);
+        return commandFailed();
     }
     if (ret == 1) {
         alertI18n(
             "This host no longer uses the shared configuration directory.  This host "
             "cannot be used as a master candidate.");
     }
-    return succeeded();
+    return 0;
 }
 
 int runSetbaseport(const Invocation& in) {
     if (in.argc != 3) {
-        return usageError(8, true);
+        return usageError(UsageText::Setbaseport);
     }
-    if (orvconfig_setbaseport(in.argv[2], in.argv[0]) == -1) {
-        return commandFailed(true);
+    if (orvconfig_setbaseport(in.argv[2]) == -1) {
+        return commandFailed();
     }
-    return succeeded();
+    return 0;
 }
 
 int runHovhdfsport(const Invocation& in) {
     int ret = 0;
     if (in.argc == 3 && in.arg(2) == "show") {
-        ret = orvconfig_showhovhdfsport(in.argv[0]);
+        ret = orvconfig_showhovhdfsport();
     } else if (in.argc == 4 && in.arg(2) == "set") {
-        ret = orvconfig_sethovhdfsport(in.argv[3], in.argv[0]);
+        ret = orvconfig_sethovhdfsport(in.argv[3]);
     } else {
-        return usageError(12, true);
+        return usageError(UsageText::Hovhdfsport);
     }
     if (ret == -1) {
-        return commandFailed(true);
+        return commandFailed();
     }
-    return succeeded();
+    return 0;
 }
 
 int runAddresourceattr(const Invocation& in) {
     if (in.argc != 3) {
-        return usageError(10, true);
+        return usageError(UsageText::Addresourceattr);
     }
     std::vector<LOCAL_RESOURCE> vRes;
-    int numberOfResources = 0;
-    const std::string text = in.argv[2];
-    if (parseLocalResources(&text, vRes, 0, numberOfResources) != 0) {
-        return usageError(10, true);
+    if (parseLocalResources(in.argv[2], vRes, 0) != 0) {
+        return usageError(UsageText::Addresourceattr);
     }
-    if (orvconfig_addresourcetag(vRes, numberOfResources) == -1) {
-        return commandFailed(true);
+    if (orvconfig_addresourcetag(vRes) == -1) {
+        return commandFailed();
     }
     alertI18n("Add resource tag successfully.");
-    return succeeded();
+    return 0;
 }
 
 struct Subcommand {
@@ -333,7 +316,7 @@ constexpr Subcommand kSubcommands[] = {
 
 void illegalOption(const char* arg) {
     alertI18nWithParameter("orvconfig: Illegal option -%s", arg);
-    usage(2);
+    usage(UsageText::Full);
 }
 
 // A lone argument starting with a dash: -V.., -h.., or an illegal option (which still
@@ -341,11 +324,10 @@ void illegalOption(const char* arg) {
 int runOption(const char* arg) {
     if (std::strncmp(arg, "-V", 2) == 0) {
         printVersionBanner();
-        pauseForVista();
         return 0;
     }
     if (std::strncmp(arg, "-h", 2) == 0) {
-        usage(2);
+        usage(UsageText::Full);
         return 0;
     }
     illegalOption(arg);
@@ -359,7 +341,7 @@ int orvconfigMain(int argc, char** argv) {
         return runOption(argv[1]);
     }
     if (argc <= 1) {
-        usage(2);
+        usage(UsageText::Full);
         return -1;
     }
     const Invocation in{argc, argv};
@@ -371,7 +353,6 @@ int orvconfigMain(int argc, char** argv) {
         }
     }
     illegalOption(argv[1]);
-    pauseForVista();
     return -1;
 }
 

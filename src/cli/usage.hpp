@@ -3,15 +3,24 @@
 
 namespace orv {
 
-// Prints the usage text for a selector (2: full listing; 3, 4, 6, 8, 9, 10, 12: one
-// subcommand). Other selectors print nothing.
-void usage(int type);
+// The usage texts: the full listing, or the lines of one subcommand. The values are the
+// selectors of the legacy usage function; any other value prints nothing.
+enum class UsageText {
+    Full = 2,
+    Masterlist = 3,
+    Join = 4,
+    Mghost = 6,
+    Setbaseport = 8,
+    Unsetmghost = 9,
+    Addresourceattr = 10,
+    Hovhdfsport = 12,
+};
+
+// Prints an empty line, then the usage text.
+void usage(UsageText text);
 
 // Writes the five-line version banner to standard error.
 void printVersionBanner();
-
-// Hook for consoles that close when the program ends; on this system it does nothing.
-void pauseForVista();
 
 // The dispatcher: returns 0 (exit 0) or -1 (exit 255).
 int orvconfigMain(int argc, char** argv);

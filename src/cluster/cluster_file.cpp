@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
@@ -22,7 +22,6 @@ namespace orv {
 
 namespace {
 
-constexpr const char* kCannotOpenMessage = "Cannot open file %s.";
 constexpr const char* kColumnSeparators = " \t";
 
 // Where a line stands relative to the host section: 0 outside, 1 after "Begin Host",
@@ -69,13 +68,13 @@ std::optional<std::string> clusterFilePath(const std::string& dir) {
     if (!name) {
         return std::nullopt;
     }
-    return dir + "/orv.cluster." + *name;
+    return dir + "/" + clusterFileName(*name);
 }
 
 // The cluster file the host list is read from: orv.cluster.<name> of the directory, or
 // vos.cluster.<name> (the batch product's name) in the same directory.
 std::optional<std::string> hostListPath(const std::string& dir) {
-    std::optional<std::string> name = clusterFileName(dir, getVosEnvDir());
+    std::optional<std::string> name = clusterFileNameIn(dir, getVosEnvDir());
     if (!name) {
         return std::nullopt;
     }
@@ -163,7 +162,7 @@ int promotedResources(const std::vector<std::string>& values, std::size_t index,
 int editReporting(const std::string& path, const LineEditor& edit) {
     RewriteStatus status = rewriteLines(path, edit);
     if (status == RewriteStatus::ReadFailed || status == RewriteStatus::TmpOpenFailed) {
-        alertI18nWithParameter(kCannotOpenMessage, path);
+        alertI18nWithParameter(kCannotOpenFileMessage, path);
     }
     return status == RewriteStatus::Ok ? 1 : -1;
 }
@@ -207,7 +206,7 @@ int getHostListFromCluster(const std::string& dir, std::vector<std::string>& hos
     }
     LineReader reader;
     if (!reader.open(*path)) {
-        alertI18nWithParameter(kCannotOpenMessage, *path);
+        alertI18nWithParameter(kCannotOpenFileMessage, *path);
         return -1;
     }
     HostSection section;
@@ -232,7 +231,7 @@ int getHostLineFromCluster(const std::string& path, std::vector<std::string>& ho
     header.clear();
     LineReader reader;
     if (!reader.open(path)) {
-        alertI18nWithParameter(kCannotOpenMessage, path);
+        alertI18nWithParameter(kCannotOpenFileMessage, path);
         return -1;
     }
     HostSection section;
@@ -269,8 +268,7 @@ int insertCluster(const std::string& dir, const std::string& host) {
     return insertAfterHeader(*path, host);
 }
 
-int insertClusterShared(const std::string& dir, const std::string& host, int /*unused1*/,
-                        const std::string& /*unused2*/) {
+int insertClusterShared(const std::string& dir, const std::string& host) {
     std::optional<std::string> path = clusterFilePath(dir);
     if (!path) {
         return -1;

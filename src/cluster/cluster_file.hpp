@@ -10,11 +10,10 @@ int getHostListFromCluster(const std::string& dir, std::vector<std::string>& hos
 int getHostLineFromCluster(const std::string& path, std::vector<std::string>& hosts,
                            std::vector<std::string>& lines, std::string& header);
 int insertCluster(const std::string& dir, const std::string& host);
-int insertClusterShared(const std::string& dir, const std::string& host, int unused1,
-                        const std::string& unused2);
+int insertClusterShared(const std::string& dir, const std::string& host);
 int removeCluster(const std::string& dir, const std::string& host);
-int generateHostEntry(const std::string& header, const std::string& host,
-                      const std::string& type, const std::string& resources, std::string& out);
+int generateHostEntry(const std::string& header, const std::string& host, const std::string& type,
+                      const std::string& resources, std::string& out);
 int changeHostEntry(const std::string& header, const std::string& line, const std::string& host,
                     std::string& out);
 

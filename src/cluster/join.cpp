@@ -5,8 +5,8 @@
 #include <cctype>
 #include <vector>
 
-#include "cli/messages.hpp"
 #include "cluster/cluster_file.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
@@ -21,7 +21,6 @@ namespace orv {
 
 namespace {
 
-constexpr const char* kMasterKey = "ORV_MASTER_LIST";
 constexpr const char* kNotValidHost = "[%s] is not a valid host name.";
 
 constexpr const char* kHarvestHostMessage =
@@ -37,7 +36,7 @@ struct JoinRun {
     FILEINFO confInfo;
     FILEINFO clusterInfo;
 
-    std::string clusterFile() const { return "orv.cluster." + clusterName; }
+    std::string clusterFile() const { return clusterFileName(clusterName); }
 };
 
 bool isSpace(char c) {
@@ -190,20 +189,18 @@ int replaceJoin(const std::string& dir, const std::string& master) {
     const std::string path = dir + "/orv.conf";
     LineReader in;
     if (!in.open(path)) {
-        alertI18nWithParameter("Cannot open file %s.", path);
+        alertI18nWithParameter(kCannotOpenFileMessage, path);
         return -1;
     }
     bool seen = false;
     int lineCount = 0;
     std::string line;
-    while (!seen && getNextLineD_(in, lineCount, 0, line)) seen = contains(line, kMasterKey);
-    std::string stored;
-    convertMasterListFormat(master, stored);
-    const std::string keyLine = std::string(kMasterKey) + "=" + stored;
+    while (!seen && getNextLineD_(in, lineCount, 0, line)) seen = contains(line, kMasterListKey);
+    const std::string keyLine = masterListLine(kMasterListKey, master);
     // A failure here has already been reported by the primitive and the join goes on,
     // except when orv.conf could not be written (disk full, I/O error): the rest of the
     // join would then describe a cluster that this host's orv.conf does not name.
-    const bool written = seen ? replaceStringWithoutComment(path, kMasterKey, keyLine) == 1
+    const bool written = seen ? replaceStringWithoutComment(path, kMasterListKey, keyLine) == 1
                               : appendString(path, keyLine) == 1;
     return !written && anyWriteFailed() ? -1 : 1;
 }

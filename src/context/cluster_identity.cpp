@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/environment.hpp"
 #include "text/line_reader.hpp"
 #include "text/strings.hpp"
@@ -121,7 +121,7 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
     const std::string file = std::string(confdir) + "/" + clusterfile;
     LineReader in;
     if (!in.open(file)) {
-        alertI18nWithParameter("Cannot open the file %s.", file);
+        alertI18nWithParameter(kCannotOpenTheFileMessage, file);
         return -1;
     }
     const std::string value = readAdministrators(in);
@@ -136,9 +136,13 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
     return -1;
 }
 
-std::optional<std::string> clusterFileName(const std::string& confDir, const char* vosEnvDir) {
+std::string clusterFileName(const std::string& clusterName) {
+    return "orv.cluster." + clusterName;
+}
+
+std::optional<std::string> clusterFileNameIn(const std::string& confDir, const char* vosEnvDir) {
     if (std::optional<std::string> name = getClusterName(confDir)) {
-        return "orv.cluster." + *name;
+        return clusterFileName(*name);
     }
     if (vosEnvDir != nullptr) {
         if (std::optional<std::string> name = getClusterName2(vosEnvDir)) {
@@ -156,7 +160,7 @@ int checkClusterAdministrator(const std::string& confDir, const std::string& use
         return -1;
     }
     if (clusterName != nullptr) *clusterName = *name;
-    const std::string clusterFile = "orv.cluster." + *name;
+    const std::string clusterFile = clusterFileName(*name);
     return checkExecuteUser(confDir.c_str(), clusterFile.c_str(), user) == 1 ? 1 : -1;
 }
 

@@ -24,10 +24,13 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
 // this cluster; 1 otherwise.
 int checkVosCluster(const char* orvConfDir, const char* vosEnvDir);
 
-// The cluster file's name: "orv.cluster.<name>" from confDir/orv.shared, or failing that
-// "vos.cluster.<name>" from the batch product's vosEnvDir/vos.shared; nullopt when neither
-// names the cluster.
-std::optional<std::string> clusterFileName(const std::string& confDir, const char* vosEnvDir);
+// The name of a cluster's cluster file: "orv.cluster.<clusterName>".
+std::string clusterFileName(const std::string& clusterName);
+
+// The cluster file of confDir: clusterFileName of the name in confDir/orv.shared, or failing
+// that "vos.cluster.<name>" from the batch product's vosEnvDir/vos.shared; nullopt when
+// neither names the cluster.
+std::optional<std::string> clusterFileNameIn(const std::string& confDir, const char* vosEnvDir);
 
 // The administrator check that most subcommands make first: the cluster name from
 // confDir/orv.shared (the no-name message when there is none), then checkExecuteUser of

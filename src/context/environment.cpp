@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 
 namespace orv {
 
@@ -99,7 +99,7 @@ std::optional<std::string> getShareTop() {
     return std::string(resolved.get());
 }
 
-int getOrvDirFromBinary(const char* /*pname*/, std::string& newOrvConfDir) {
+int getOrvDirFromBinary(std::string& newOrvConfDir) {
     const char* localDir = getOrvLocalConfDir();
     if (localDir == nullptr) {
         return -1;

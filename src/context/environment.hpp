@@ -21,8 +21,8 @@ const char* getInstallTop();
 // configuration directory other than its local one; nullopt otherwise.
 std::optional<std::string> getShareTop();
 
-// 1 and a copy of ORV_LOCAL_CONFDIR; -1 after its message. pname is not used.
-int getOrvDirFromBinary(const char* pname, std::string& newOrvConfDir);
+// 1 and a copy of ORV_LOCAL_CONFDIR; -1 after its message.
+int getOrvDirFromBinary(std::string& newOrvConfDir);
 
 // 1 for an existing directory the real user may write, -1 otherwise (with a message
 // except for a missing path).

@@ -7,12 +7,13 @@
 #include <unistd.h>
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/environment.hpp"
 #include "mghost/copy.hpp"
 #include "text/file_io.hpp"
@@ -22,6 +23,8 @@
 #include "text/xml_value.hpp"
 
 namespace orv {
+
+int globalRnConfFileErrorFlag = 0;
 
 namespace {
 
@@ -33,8 +36,6 @@ enum ScriptIndex { kConf = 0, kMasterUpdate = 1, kUpdate = 2 };
 // OPERATION is held in a fixed field: this many characters or more is a format error.
 constexpr std::size_t kConfOperationField = 20;
 constexpr std::size_t kUpdateOperationField = 40;
-
-constexpr const char* kCannotOpenScript = "Cannot open the file %s.";
 
 // No command of this system sets a service account, so these stay empty.
 const std::string baseUserName;
@@ -131,7 +132,7 @@ void copyOneScript(const std::string& dir, std::size_t index, Placeholders& valu
     const std::string path = scriptPath(dir, index);
     LineReader in;
     if (!in.open(path)) {
-        alertI18nWithParameter(kCannotOpenScript, path);
+        alertI18nWithParameter(kCannotOpenTheFileMessage, path);
         return;
     }
     std::string text;
@@ -150,19 +151,13 @@ int overwriteWanted(const std::string& field) {
     return !field.empty() && (field[0] == 'Y' || field[0] == 'y') ? 1 : 0;
 }
 
-// "file": a text copy that keeps the source's mode. A failed copy ends the script.
-int copyConfigFile(const std::string& source, const std::string& target, int overwrite) {
-    FILEINFO info;
-    const int recorded = getFileInfo2(source, info);
-    if (copyTextFile(source, target, overwrite) == -1) return -1;
-    if (recorded == 1) setFileInfo2(target, info);
-    return 0;
-}
-
 // One parsed line of mgconf.txt; -1 ends the script.
 int runConfLine(const ScriptLine& fields, const std::string& script, int lineNumber) {
     const int overwrite = overwriteWanted(fields.third);
-    if (fields.operation == "file") return copyConfigFile(fields.first, fields.second, overwrite);
+    // "file": a text copy that keeps the source's mode. A failed copy ends the script.
+    if (fields.operation == "file") {
+        return copyFileKeepingMode(fields.first, fields.second, overwrite, CopyKind::Text);
+    }
     if (fields.operation == "directory") {
         makeDir(fields.second);
         return copyDir(fields.first, fields.second, overwrite) == -1 ? -1 : 0;
@@ -256,6 +251,34 @@ void splitUpdateFields(const std::string& line, const std::vector<std::size_t>& 
     out.third = line.substr(bars[2] + 1);
 }
 
+using ScriptLineRunner = std::function<int(const ScriptLine& fields, int lineNumber)>;
+
+// Opens a script copy and runs it line by line: a malformed line is reported and passed
+// over, a comment line dropped, and every other line handed to runLine, whose -1 ends the
+// script (-1). Every line counts, the empty one included: a line that a placeholder emptied
+// is a format error like any other. mgconf.txt numbers its lines from 1 in its warnings;
+// the update scripts have always numbered them from 0, kept so that the line numbers users
+// know stay valid.
+int runScript(const std::string& scriptPath, bool isUpdate, const ScriptLineRunner& runLine) {
+    LineReader in;
+    if (!in.open(scriptPath)) {
+        alertI18nWithParameter(kCannotOpenTheFileMessage, scriptPath);
+        return -1;
+    }
+    std::string line;
+    int readerCount = 0;  // after a line is read: that line's 1-based number
+    int ordinal = -1;     // the 0-based number of the line read
+    while (getNextLineD_(in, readerCount, 0, line)) {
+        ++ordinal;
+        const int lineNumber = isUpdate ? ordinal : readerCount;
+        ScriptLine fields;
+        const ScriptLineKind kind = classifyScriptLine(line, isUpdate, fields);
+        if (kind == ScriptLineKind::Malformed) reportMalformed(scriptPath, lineNumber);
+        if (kind == ScriptLineKind::Parsed && runLine(fields, lineNumber) == -1) return -1;
+    }
+    return 0;
+}
+
 }  // namespace
 
 ScriptLineKind classifyScriptLine(const std::string& line, bool isUpdate, ScriptLine& out) {
@@ -280,8 +303,8 @@ bool parseScriptLine(const std::string& line, bool isUpdate, ScriptLine& out) {
 }
 
 int copyConfigAndReplace(const std::string& dir, const std::string& installTop,
-                         const std::string& shareTop, const std::string& /*spare*/,
-                         const std::string& clusterName, const std::string& headTop) {
+                         const std::string& shareTop, const std::string& clusterName,
+                         const std::string& headTop) {
     Placeholders values(installTop, shareTop, clusterName, headTop);
     for (std::size_t index = 0; index < kScriptNames.size(); ++index) {
         copyOneScript(dir, index, values);
@@ -290,45 +313,16 @@ int copyConfigAndReplace(const std::string& dir, const std::string& installTop,
 }
 
 int mgConf(const std::string& scriptPath) {
-    LineReader in;
-    if (!in.open(scriptPath)) {
-        alertI18nWithParameter(kCannotOpenScript, scriptPath);
-        return -1;
-    }
-    std::string line;
-    int lineCount = 0;  // after a line is read: that line's 1-based number
-    // Every line counts, the empty one included: a line that a placeholder emptied is a
-    // format error like any other.
-    while (getNextLineD_(in, lineCount, 0, line)) {
-        ScriptLine fields;
-        const ScriptLineKind kind = classifyScriptLine(line, false, fields);
-        if (kind == ScriptLineKind::Malformed) reportMalformed(scriptPath, lineCount);
-        if (kind != ScriptLineKind::Parsed) continue;
-        if (runConfLine(fields, scriptPath, lineCount) == -1) return -1;
-    }
-    return 0;
+    return runScript(scriptPath, false, [&scriptPath](const ScriptLine& fields, int lineNumber) {
+        return runConfLine(fields, scriptPath, lineNumber);
+    });
 }
 
 int mgUpdate(const std::string& scriptPath) {
-    LineReader in;
-    if (!in.open(scriptPath)) {
-        alertI18nWithParameter(kCannotOpenScript, scriptPath);
-        return -1;
-    }
-    std::string line;
-    int readerCount = 0;
-    // Warnings of the update scripts have always numbered lines from 0 (the first line is
-    // line 0), unlike mgconf.txt; kept so that the line numbers users know stay valid.
-    int lineNumber = -1;
-    while (getNextLineD_(in, readerCount, 0, line)) {
-        ++lineNumber;
-        ScriptLine fields;
-        const ScriptLineKind kind = classifyScriptLine(line, true, fields);
-        if (kind == ScriptLineKind::Malformed) reportMalformed(scriptPath, lineNumber);
-        if (kind != ScriptLineKind::Parsed) continue;
+    return runScript(scriptPath, true, [&scriptPath](const ScriptLine& fields, int lineNumber) {
         runUpdateLine(fields, scriptPath, lineNumber);
-    }
-    return 0;
+        return 0;
+    });
 }
 
 int deleteTmpConfig(const std::string& dir) {
@@ -339,9 +333,9 @@ int deleteTmpConfig(const std::string& dir) {
 }
 
 int dotInstall(const std::string& dir, int mode, const std::string& installTop,
-               const std::string& shareTop, const std::string& spare,
-               const std::string& clusterName, const std::string& headTop) {
-    if (copyConfigAndReplace(dir, installTop, shareTop, spare, clusterName, headTop) != 0) {
+               const std::string& shareTop, const std::string& clusterName,
+               const std::string& headTop) {
+    if (copyConfigAndReplace(dir, installTop, shareTop, clusterName, headTop) != 0) {
         return 0;
     }
     int result = 0;

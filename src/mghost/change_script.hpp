@@ -6,12 +6,15 @@
 
 namespace orv {
 
+// Set to -1 on a malformed script line or a failed edit; never reset within a run.
+extern int globalRnConfFileErrorFlag;
+
 int dotInstall(const std::string& dir, int mode, const std::string& installTop,
-               const std::string& shareTop, const std::string& spare,
-               const std::string& clusterName, const std::string& headTop);
+               const std::string& shareTop, const std::string& clusterName,
+               const std::string& headTop);
 int copyConfigAndReplace(const std::string& dir, const std::string& installTop,
-                         const std::string& shareTop, const std::string& spare,
-                         const std::string& clusterName, const std::string& headTop);
+                         const std::string& shareTop, const std::string& clusterName,
+                         const std::string& headTop);
 int mgConf(const std::string& scriptPath);
 int mgUpdate(const std::string& scriptPath);
 int deleteTmpConfig(const std::string& dir);

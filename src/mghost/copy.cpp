@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/environment.hpp"
 #include "text/file_io.hpp"
 #include "text/line_reader.hpp"
@@ -80,7 +80,7 @@ int commitCopy(const std::string& target, const std::string& content) {
         case CommitResult::Unchanged:
             return 0;
         case CommitResult::FileOpenFailed:
-            alertI18nWithParameter("Cannot open file %s.", tmpPathOf(target));
+            alertI18nWithParameter(kCannotOpenFileMessage, tmpPathOf(target));
             return -1;
         case CommitResult::TmpOpenFailed:
         case CommitResult::TmpWriteFailed:
@@ -105,16 +105,6 @@ std::string normalisedText(LineReader& in) {
 
 int copyTree(const std::string& source, const std::string& target, int overwrite,
              std::vector<DirId>& ancestors);
-
-// A plain entry of a tree (a link counts as what it points at): copied byte for byte and
-// given the source's owner record and mode.
-int copyTreeFile(const std::string& source, const std::string& target, int overwrite) {
-    FILEINFO info;
-    const int recorded = getFileInfo2(source, info);
-    if (copyAnyFile(source, target, overwrite) == -1) return -1;
-    if (recorded == 1) setFileInfo2(target, info);
-    return 0;
-}
 
 void reportMkdirFailure(const std::string& path, int error) {
     alertI18nWithTwoParameters("Cannot make the directory %s,error number %s", path,
@@ -146,7 +136,8 @@ int copyTreeEntry(const std::string& source, const std::string& target, const st
     const std::string to = joinPath(target, name);
     struct stat st {};
     if (stat(from.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
-        return copyTreeFile(from, to, overwrite);
+        // A plain entry (a link counts as what it points at) is copied byte for byte.
+        return copyFileKeepingMode(from, to, overwrite, CopyKind::Bytes);
     }
     if (name == "." || name == "..") return 0;
     return copyTreeDir(from, to, st, overwrite, ancestors);
@@ -196,6 +187,17 @@ int copyDir(const std::string& source, const std::string& target, int overwrite)
     if (!pathExists(source)) return 0;
     std::vector<DirId> ancestors;
     return copyTree(source, target, overwrite, ancestors);
+}
+
+int copyFileKeepingMode(const std::string& source, const std::string& target, int overwrite,
+                        CopyKind kind) {
+    FILEINFO info;
+    const int recorded = getFileInfo2(source, info);
+    const int copied = kind == CopyKind::Text ? copyTextFile(source, target, overwrite)
+                                              : copyAnyFile(source, target, overwrite);
+    if (copied == -1) return -1;
+    if (recorded == 1) setFileInfo2(target, info);
+    return 0;
 }
 
 int makeDir(const std::string& path) {

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/messages.hpp"
 #include "cluster/cluster_file.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
@@ -168,11 +168,11 @@ int rewriteFiles(const DemoteDirs& d, const std::vector<std::string>& list,
 }
 
 // Steps up to the administrator check; false after the failing step's message.
-bool resolveDirectories(const char* pname, DemoteDirs& d) {
+bool resolveDirectories(DemoteDirs& d) {
     const char* shared = getOrvConfDir();
     if (shared == nullptr || checkDirectory(shared) != 1) return false;
     d.shared = shared;
-    if (getOrvDirFromBinary(pname, d.local) == -1) return false;
+    if (getOrvDirFromBinary(d.local) == -1) return false;
     d.localTop = resolvedPath(d.local + "/../../");
     d.localParent = parentOf(d.local);
     return checkDirectory(d.local) == 1;
@@ -191,9 +191,9 @@ bool mayDemote(const DemoteDirs& d) {
 
 }  // namespace
 
-int orvconfig_removeshare(const char* pname) {
+int orvconfig_removeshare() {
     DemoteDirs dirs;
-    if (!resolveDirectories(pname, dirs) || !mayDemote(dirs)) return -1;
+    if (!resolveDirectories(dirs) || !mayDemote(dirs)) return -1;
     std::string host = thisHostName();
     std::vector<std::string> list;
     if (getMasterListFromConf(dirs.shared, list, 1) < 0) return -1;

@@ -3,6 +3,6 @@
 
 namespace orv {
 
-int orvconfig_removeshare(const char* pname);
+int orvconfig_removeshare();
 
 }  // namespace orv

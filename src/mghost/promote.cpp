@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/messages.hpp"
 #include "cluster/cluster_file.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
@@ -47,8 +47,12 @@ void printResetMessage(const std::string& sharedConfDir, const std::string& inst
                                  installTop.c_str());
 }
 
-void stripTrailingSlashes(std::string& path) {
+// The shared top as typed on the command line, normalised once for every use: its trailing
+// slashes are dropped. (The kernel's own step, checkShareTop, also drops one trailing
+// backslash from its copy; the products and the reset message keep it, as they always have.)
+std::string normalisedSharedTop(std::string path) {
     while (!path.empty() && path.back() == '/') path.pop_back();
+    return path;
 }
 
 // The cluster name as the administrator check needs it: the master (and a host still on
@@ -83,7 +87,7 @@ int runProductScripts(const char* productDir, const std::optional<std::string>& 
     if (mode == -1) return -1;
     if (showWarning() == 0) return -1;
     std::string scripts = std::string(installTop) + "/" + productDir + "/.install";
-    return dotInstall(scripts, mode, installTop, *top, "", get_cluster_name(), installTop);
+    return dotInstall(scripts, mode, installTop, *top, get_cluster_name(), installTop);
 }
 
 // A product keyword given on a host that already uses the shared directory.
@@ -130,7 +134,6 @@ int promoteKernel(const std::string& shareTop, const std::string& installTop) {
 int precheckCurrentUser() {
     std::string user;
     getCurrentUser(user);
-    std::string clusterFile = "orv.cluster.";
     const char* confDir = getOrvConfDir();
     if (confDir == nullptr) return -1;
     std::optional<std::string> name = clusterNameForCheck(confDir);
@@ -138,7 +141,7 @@ int precheckCurrentUser() {
         alertI18n("Cannot get the cluster name");
         return -1;
     }
-    clusterFile += *name;
+    const std::string clusterFile = clusterFileName(*name);
     return checkExecuteUser(confDir, clusterFile.c_str(), user) == -1 ? -1 : 0;
 }
 
@@ -147,7 +150,9 @@ int checkShareTop(std::string& path) {
         alertI18n(kAbsolutePathMessage);
         return -1;
     }
-    if (path.back() == '/' || path.back() == '\\') path.pop_back();
+    // The trailing slashes are already gone (normalisedSharedTop); one trailing backslash,
+    // the other separator administrators type, is dropped here.
+    if (path.back() == '\\') path.pop_back();
     return 0;
 }
 
@@ -156,7 +161,7 @@ int checkHead(const std::string& keyword, std::string& outDir) {
     if (installTop == nullptr) return -1;
     LineReader in;
     if (!in.open(std::string(installTop) + "/.install/head.conf")) {
-        alertI18nWithParameter("Cannot open the file %s.", "head.conf");
+        alertI18nWithParameter(kCannotOpenTheFileMessage, "head.conf");
         return -1;
     }
     int count = 0;
@@ -188,12 +193,14 @@ int orvconfig_setshare_orv(const std::string& shareTopArg) {
         return -1;
     }
     std::string top = installTop;
-    if (dotInstall(top + "/.install", mode, top, shareTop, "", get_cluster_name(), top) != 0) {
+    if (dotInstall(top + "/.install", mode, top, shareTop, get_cluster_name(), top) != 0) {
         return -1;
     }
     if (mode == 1) updateResourceGroup(sharedConf + "/ResourceGroups.xml");
-    int vos = checkVosCluster(confDir, getVosEnvDir());
-    return insertClusterShared(sharedConf, thisHostName(), vos, "") < 0 ? -1 : 0;
+    // The batch product's answer is not needed here, but the check is still made: a
+    // directory it cannot examine is reported, and that line is part of this output.
+    (void)checkVosCluster(confDir, getVosEnvDir());
+    return insertClusterShared(sharedConf, thisHostName()) < 0 ? -1 : 0;
 }
 
 int orvconfig_setshare_vos(const std::optional<std::string>& shareTop) {
@@ -211,16 +218,16 @@ int orvconfig_setshare_zt(const std::string& addOnTop) {
     if (installTop == nullptr || !shareTop) return -1;
     // A failed master test is left to dotInstall, which refuses any mode but 0 and 1.
     int mode = checkMaster(confDirOf(*shareTop), 1);
-    return dotInstall(addOnTop + "/.install", mode, installTop, *shareTop, "", get_cluster_name(),
+    return dotInstall(addOnTop + "/.install", mode, installTop, *shareTop, get_cluster_name(),
                       addOnTop);
 }
 
-int orvconfig_setshare(std::string sharedTop) {
+int orvconfig_setshare(const std::string& sharedTopArg) {
     const char* installTop = getInstallTop();
     const char* confDir = getOrvConfDir();
     const char* localConfDir = getOrvLocalConfDir();
     std::optional<std::string> shareTop = getShareTop();
-    stripTrailingSlashes(sharedTop);
+    const std::string sharedTop = normalisedSharedTop(sharedTopArg);
     if (installTop == nullptr) return -1;
     if (!pathExists(std::string(installTop) + "/.install")) {
         alertI18n(kNoInstallMessage);

@@ -3,7 +3,7 @@
 // XML parse: the file is the product's own and is laid out one element per line.
 #include "mghost/resource_group.hpp"
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "text/file_io.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"
@@ -53,10 +53,10 @@ int updateResourceGroup(const std::string& path) {
             return 1;
         case RewriteStatus::ReadFailed:
         case RewriteStatus::FileOpenFailed:
-            alertI18nWithParameter("Cannot open file %s.", path);
+            alertI18nWithParameter(kCannotOpenFileMessage, path);
             return -1;
         case RewriteStatus::TmpOpenFailed:
-            alertI18nWithParameter("Cannot open file %s.", tmpPathOf(path));
+            alertI18nWithParameter(kCannotOpenFileMessage, tmpPathOf(path));
             return -1;
         case RewriteStatus::WriteFailed:
             break;

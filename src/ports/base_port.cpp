@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
@@ -46,8 +46,6 @@ constexpr std::array<std::string_view, 7> kXmlKeys = {"OSC_PORT",
                                                       "HOV_MRSS_SHUFFLE_CLIENT_PORT",
                                                       "HOV_MRSS_SHUFFLE_DATA_WRITE_PORT"};
 
-constexpr int kLowestPort = 1025;
-constexpr int kHighestPort = 65535;
 constexpr int kPortsWithSd = 7;
 constexpr int kPortsWithoutSd = 5;
 
@@ -154,7 +152,7 @@ struct PortSide {
 };
 
 class PortEditor {
-public:
+  public:
     explicit PortEditor(int base) : base_(base) {}
     int result() const { return result_; }
 
@@ -175,7 +173,7 @@ public:
         result_ |= chgKeyLines(file, settings);
     }
 
-private:
+  private:
     int base_;
     int result_ = 0;
 };
@@ -332,13 +330,13 @@ int checkPortsInUse(int base, int count) {
     return result;
 }
 
-bool getPortDirectories(const char* pname, std::string& confDir, std::string& localDir) {
+bool getPortDirectories(std::string& confDir, std::string& localDir) {
     const char* conf = getOrvConfDir();
     if (conf == nullptr || checkDirectory(conf) == -1) {
         return false;
     }
     std::string local;
-    if (getOrvDirFromBinary(pname, local) == -1) {
+    if (getOrvDirFromBinary(local) == -1) {
         return false;
     }
     if (!isDirectory(local)) {
@@ -360,7 +358,7 @@ int checkPortAdministrator(const std::string& confDir) {
     return checkClusterAdministrator(confDir, user);
 }
 
-int orvconfig_setbaseport(const std::string& baseportstr, const char* pname) {
+int orvconfig_setbaseport(const std::string& baseportstr) {
     if (!isAllDigits(baseportstr)) {
         alertI18nWithParameter(kInvalidBasePort, baseportstr);
         return -1;
@@ -368,7 +366,7 @@ int orvconfig_setbaseport(const std::string& baseportstr, const char* pname) {
     const int base = portTextToInt(baseportstr);
     std::string confDir;
     std::string localDir;
-    if (!getPortDirectories(pname, confDir, localDir) || checkPortAdministrator(confDir) == -1) {
+    if (!getPortDirectories(confDir, localDir) || checkPortAdministrator(confDir) == -1) {
         return -1;
     }
     // The service directory's profile brings two more ports into the block, and the

@@ -19,11 +19,11 @@ struct PortSetting {
 // text, the messages and the result that one chgPorts call per setting would give.
 int chgKeyLines(const std::string& file, const std::vector<PortSetting>& settings);
 int checkPortsInUse(int base, int count);
-int orvconfig_setbaseport(const std::string& baseportstr, const char* pname);
+int orvconfig_setbaseport(const std::string& baseportstr);
 
 // ORV_CONFDIR and the local configuration directory as setbaseport and hovhdfsport
 // obtain them (with the conf.old fallback); false after the failing function's message.
-bool getPortDirectories(const char* pname, std::string& confDir, std::string& localDir);
+bool getPortDirectories(std::string& confDir, std::string& localDir);
 
 // The caller must be an administrator of the cluster configured in confDir: 1 if so,
 // -1 after the message of whichever check failed (no cluster name, not an administrator).
@@ -41,7 +41,8 @@ int portTextToInt(std::string_view text);
 // configuration directory.
 std::string servicesDirOf(const std::string& confDir);
 
-// The message printed when a result must be reported as a failure of the whole command.
-inline constexpr const char* kCommandFailedMessage = "Command failed.";
+// The port numbers a service may be given.
+inline constexpr int kLowestPort = 1025;
+inline constexpr int kHighestPort = 65535;
 
 }  // namespace orv

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/environment.hpp"
 #include "ports/base_port.hpp"
 #include "text/xml_value.hpp"
@@ -26,14 +26,11 @@ constexpr const char* kInvalidPort =
 constexpr const char* kPortChanged =
     "Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is %s.";
 
-constexpr int kLowestPort = 1025;
-constexpr int kHighestPort = 65535;
-
 constexpr const char* kProfiles[] = {"/namenode.xml", "/secondarynode.xml", "/datanode.xml"};
 
 // Directories, then the administrator check: 0, or -1 after the failing step's message.
-int prepare(const char* pname, std::string& confDir, std::string& localDir) {
-    if (!getPortDirectories(pname, confDir, localDir) || checkPortAdministrator(confDir) == -1) {
+int prepare(std::string& confDir, std::string& localDir) {
+    if (!getPortDirectories(confDir, localDir) || checkPortAdministrator(confDir) == -1) {
         return -1;
     }
     return 0;
@@ -65,10 +62,10 @@ int getPorts(const std::string& file, const std::string& key) {
     return portTextToInt(*value);
 }
 
-int orvconfig_showhovhdfsport(const char* pname) {
+int orvconfig_showhovhdfsport() {
     std::string confDir;
     std::string localDir;
-    if (prepare(pname, confDir, localDir) == -1) {
+    if (prepare(confDir, localDir) == -1) {
         return -1;
     }
     const int same = IsSameDirectory(confDir, localDir);
@@ -89,7 +86,7 @@ int orvconfig_showhovhdfsport(const char* pname) {
     return 1;
 }
 
-int orvconfig_sethovhdfsport(const std::string& hovhdfsportstr, const char* pname) {
+int orvconfig_sethovhdfsport(const std::string& hovhdfsportstr) {
     if (!isAllDigits(hovhdfsportstr)) {
         alertI18n(kInvalidPort);
         return -1;
@@ -97,7 +94,7 @@ int orvconfig_sethovhdfsport(const std::string& hovhdfsportstr, const char* pnam
     const int port = portTextToInt(hovhdfsportstr);
     std::string confDir;
     std::string localDir;
-    if (prepare(pname, confDir, localDir) == -1) {
+    if (prepare(confDir, localDir) == -1) {
         return -1;
     }
     if (port < kLowestPort || port > kHighestPort) {

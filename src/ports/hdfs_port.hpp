@@ -6,7 +6,7 @@
 namespace orv {
 
 int getPorts(const std::string& file, const std::string& key);
-int orvconfig_showhovhdfsport(const char* pname);
-int orvconfig_sethovhdfsport(const std::string& hovhdfsportstr, const char* pname);
+int orvconfig_showhovhdfsport();
+int orvconfig_sethovhdfsport(const std::string& hovhdfsportstr);
 
 }  // namespace orv

@@ -3,9 +3,10 @@
 // check that join asks before it makes this host a master.
 #include "resources/local_resources.hpp"
 
+#include <algorithm>
 #include <string_view>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/master_list.hpp"
@@ -19,7 +20,6 @@ namespace orv {
 namespace {
 
 constexpr const char* kResourceKey = "ORV_LOCAL_RESOURCES";
-constexpr const char* kCannotOpenTheFile = "Cannot open the file %s.";
 
 constexpr const char* kNotComputeHostMessage =
     "This command can only be executed on compute hosts. This host does not appear to be a "
@@ -56,7 +56,7 @@ enum class KeyLine { OpenFailed, Absent, Found };
 KeyLine findKeyLine(const std::string& path, std::string& keyLine) {
     LineReader in;
     if (!in.open(path)) {
-        alertI18nWithParameter(kCannotOpenTheFile, path);
+        alertI18nWithParameter(kCannotOpenTheFileMessage, path);
         return KeyLine::OpenFailed;
     }
     int lineCount = 0;
@@ -73,22 +73,19 @@ KeyLine findKeyLine(const std::string& path, std::string& keyLine) {
 
 // Parses the value of a key line (everything after its first '='); a line without '='
 // holds no tags.
-int parseKeyLine(const std::string& keyLine, std::vector<LOCAL_RESOURCE>& list, int& count) {
+int parseKeyLine(const std::string& keyLine, std::vector<LOCAL_RESOURCE>& list) {
     std::size_t eq = keyLine.find('=');
     const std::string value = eq == std::string::npos ? std::string() : keyLine.substr(eq + 1);
-    return parseLocalResources(&value, list, 1, count) == -1 ? -1 : 0;
+    return parseLocalResources(value, list, 1) == -1 ? -1 : 0;
 }
 
 bool sameTag(const LOCAL_RESOURCE& a, const LOCAL_RESOURCE& b) {
     return a.Name == b.Name && a.Value == b.Value;
 }
 
-bool alreadyTagged(const std::vector<LOCAL_RESOURCE>& existing, int count,
-                   const LOCAL_RESOURCE& tag) {
-    for (int i = 0; i < count; ++i) {
-        if (sameTag(existing[static_cast<std::size_t>(i)], tag)) return true;
-    }
-    return false;
+bool alreadyTagged(const std::vector<LOCAL_RESOURCE>& existing, const LOCAL_RESOURCE& tag) {
+    return std::any_of(existing.begin(), existing.end(),
+                       [&tag](const LOCAL_RESOURCE& e) { return sameTag(e, tag); });
 }
 
 void appendEntry(std::string& line, const LOCAL_RESOURCE& tag) {
@@ -98,15 +95,12 @@ void appendEntry(std::string& line, const LOCAL_RESOURCE& tag) {
 // The new key line: the existing tags in file order, then the new ones that are not
 // among them. New tags are not compared with each other, so a tag given twice on the
 // command line is written twice.
-std::string buildKeyLine(const std::vector<LOCAL_RESOURCE>& existing, int existingCount,
-                         const std::vector<LOCAL_RESOURCE>& added, int addedCount,
-                         const std::string& comment) {
+std::string buildKeyLine(const std::vector<LOCAL_RESOURCE>& existing,
+                         const std::vector<LOCAL_RESOURCE>& added, const std::string& comment) {
     std::string line = std::string(kResourceKey) + "=\"";
-    for (int i = 0; i < existingCount; ++i)
-        appendEntry(line, existing[static_cast<std::size_t>(i)]);
-    for (int i = 0; i < addedCount && static_cast<std::size_t>(i) < added.size(); ++i) {
-        const LOCAL_RESOURCE& tag = added[static_cast<std::size_t>(i)];
-        if (!alreadyTagged(existing, existingCount, tag)) appendEntry(line, tag);
+    for (const LOCAL_RESOURCE& tag : existing) appendEntry(line, tag);
+    for (const LOCAL_RESOURCE& tag : added) {
+        if (!alreadyTagged(existing, tag)) appendEntry(line, tag);
     }
     const std::size_t firstEntry = std::string_view(kResourceKey).size() + 2;
     if (line.size() > firstEntry && line[firstEntry] == ' ') line.erase(firstEntry, 1);
@@ -115,9 +109,8 @@ std::string buildKeyLine(const std::vector<LOCAL_RESOURCE>& existing, int existi
     return line;
 }
 
-int harvestingCode(const std::vector<LOCAL_RESOURCE>& tags, int count) {
-    for (int i = 0; i < count; ++i) {
-        const LOCAL_RESOURCE& tag = tags[static_cast<std::size_t>(i)];
+int harvestingCode(const std::vector<LOCAL_RESOURCE>& tags) {
+    for (const LOCAL_RESOURCE& tag : tags) {
         if (tag.Name != "resource") continue;
         if (tag.Value == "scvg") return 1;
         if (tag.Value == "svrscvg") return 2;
@@ -150,12 +143,10 @@ int checkComputeHost(const std::string& confDir, std::string& localDir, std::str
 
 }  // namespace
 
-int parseLocalResources(const std::string* text, std::vector<LOCAL_RESOURCE>& list, int flag,
-                        int& count) {
-    count = 0;
+int parseLocalResources(const std::string& text, std::vector<LOCAL_RESOURCE>& list, int flag) {
     list.clear();
-    if (text == nullptr || text->empty()) return 1;
-    const std::string& s = *text;
+    if (text.empty()) return 1;
+    const std::string& s = text;
     std::size_t close = s.find(']');
     if (close == std::string::npos) return -1;
     std::size_t from = 0;
@@ -167,16 +158,14 @@ int parseLocalResources(const std::string* text, std::vector<LOCAL_RESOURCE>& li
             return -1;
         }
         list.push_back(std::move(tag));
-        ++count;
         from = close + 1;
         close = s.find(']', from);
     }
     return 0;
 }
 
-int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list, int& count,
+int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list,
                       std::string& comment) {
-    count = 0;
     list.clear();
     comment.clear();
     const std::string path = confPathOf(dir);
@@ -187,7 +176,7 @@ int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list,
         case KeyLine::Absent:
             // Give the key an empty value so that the rewrite has a line to replace.
             if (!appendToFile(path, "\n" + std::string(kResourceKey) + "=\n")) {
-                alertI18nWithParameter(kCannotOpenTheFile, path);
+                alertI18nWithParameter(kCannotOpenTheFileMessage, path);
                 return -1;
             }
             return 0;
@@ -196,22 +185,21 @@ int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list,
     }
     std::size_t hash = keyLine.find('#');
     if (hash != std::string::npos) comment = keyLine.substr(hash);
-    return parseKeyLine(keyLine, list, count);
+    return parseKeyLine(keyLine, list);
 }
 
-int addLocalResources(const std::string& dir, const std::vector<LOCAL_RESOURCE>& list, int count) {
+int addLocalResources(const std::string& dir, const std::vector<LOCAL_RESOURCE>& list) {
     // The tags are read and merged under one lock, so tags added at the same moment by
     // another run are kept.
     const FileLock lock(confPathOf(dir));
     std::vector<LOCAL_RESOURCE> existing;
-    int existingCount = 0;
     std::string comment;
-    if (getLocalResources(dir, existing, existingCount, comment) == -1) return -1;
-    const std::string line = buildKeyLine(existing, existingCount, list, count, comment);
+    if (getLocalResources(dir, existing, comment) == -1) return -1;
+    const std::string line = buildKeyLine(existing, list, comment);
     return replaceStringWithoutComment(confPathOf(dir), kResourceKey, line) == 1 ? 0 : -1;
 }
 
-int orvconfig_addresourcetag(const std::vector<LOCAL_RESOURCE>& list, int count) {
+int orvconfig_addresourcetag(const std::vector<LOCAL_RESOURCE>& list) {
     const char* conf = getOrvConfDir();
     if (conf == nullptr) return -1;
     const std::string confDir = conf;
@@ -220,7 +208,7 @@ int orvconfig_addresourcetag(const std::vector<LOCAL_RESOURCE>& list, int count)
     std::string user;
     FILEINFO info;
     if (checkComputeHost(confDir, localDir, user, info) != 1) return -1;
-    int result = addLocalResources(localDir, list, count);
+    int result = addLocalResources(localDir, list);
     if (isRootPrefixed(user)) setFileInfo(confDir, "orv.conf", info);
     return result == 0 ? 1 : -1;
 }
@@ -231,9 +219,8 @@ int checkScavengingResourceTag(const std::string& dir) {
     if (found == KeyLine::OpenFailed) return -1;
     if (found == KeyLine::Absent) return 0;
     std::vector<LOCAL_RESOURCE> tags;
-    int count = 0;
-    if (parseKeyLine(keyLine, tags, count) == -1) return -1;
-    return harvestingCode(tags, count);
+    if (parseKeyLine(keyLine, tags) == -1) return -1;
+    return harvestingCode(tags);
 }
 
 }  // namespace orv

@@ -11,12 +11,13 @@ struct LOCAL_RESOURCE {
     std::string Value;  // the tag name, or value*resource_name
 };
 
-int parseLocalResources(const std::string* text, std::vector<LOCAL_RESOURCE>& list, int flag,
-                        int& count);
-int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list, int& count,
+// Parses "[keyword value] ..." into list (emptied first): 0, 1 for an empty text, -1 for a
+// malformed one. flag 0 accepts only the keywords resource and resourcemap.
+int parseLocalResources(const std::string& text, std::vector<LOCAL_RESOURCE>& list, int flag);
+int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list,
                       std::string& comment);
-int addLocalResources(const std::string& dir, const std::vector<LOCAL_RESOURCE>& list, int count);
-int orvconfig_addresourcetag(const std::vector<LOCAL_RESOURCE>& list, int count);
+int addLocalResources(const std::string& dir, const std::vector<LOCAL_RESOURCE>& list);
+int orvconfig_addresourcetag(const std::vector<LOCAL_RESOURCE>& list);
 int checkScavengingResourceTag(const std::string& dir);
 
 }  // namespace orv

@@ -15,7 +15,7 @@
 #include <thread>
 #include <utility>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 
 namespace orv {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "text/file_io.hpp"
 #include "text/line_reader.hpp"
 #include "text/strings.hpp"
@@ -14,7 +14,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* kCannotOpen = "Cannot open file %s.";
+constexpr const char* kCannotOpen = kCannotOpenFileMessage;
 
 // True when reading the text back line by line would give it unchanged: it ends in a
 // newline, holds no whitespace but blanks and newlines, and no line longer than one

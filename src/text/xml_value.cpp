@@ -2,15 +2,13 @@
 
 #include <string_view>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 
 namespace orv {
 
 namespace {
-
-constexpr const char* kCannotOpen = "Cannot open file %s.";
 
 // A line holds the setting when the tag occurs in it and it is no comment, declaration
 // or CDATA line (anything with "<!" is passed over as a whole).
@@ -103,14 +101,14 @@ int replaceValueInXML(const std::string& file, const std::string& tag, const std
         case RewriteStatus::FileOpenFailed:
             break;
     }
-    alertI18nWithParameter(kCannotOpen, file);
+    alertI18nWithParameter(kCannotOpenFileMessage, file);
     return -1;
 }
 
 std::optional<std::string> getValueInXML(const std::string& file, const std::string& tag) {
     LineReader in;
     if (!in.open(file)) {
-        alertI18nWithParameter(kCannotOpen, file);
+        alertI18nWithParameter(kCannotOpenFileMessage, file);
         return std::nullopt;
     }
     std::string result;

@@ -220,6 +220,7 @@ expect_usage() {
 @test "ORV_CONFDIR unset: the subcommand says so and fails" {
     snapshot "$T"
     for args in "setbaseport 20000" "hovhdfsport show"; do
+        # shellcheck disable=SC2086 # $args holds the words of one command line
         ORV_UNSET=ORV_CONFDIR run_orv_stdout $args
         [ "$status" -eq 255 ]
         expect_output <<'EOF'
@@ -233,6 +234,7 @@ EOF
 @test "ORV_LOCAL_CONFDIR unset: the subcommand says so and fails" {
     snapshot "$T"
     for args in "setbaseport 20000" "hovhdfsport show"; do
+        # shellcheck disable=SC2086 # $args holds the words of one command line
         ORV_UNSET=ORV_LOCAL_CONFDIR run_orv_stdout $args
         [ "$status" -eq 255 ]
         expect_output <<'EOF'

@@ -18,6 +18,7 @@ setup() {
 # under the cursor (possibly empty). Sets $output to the offered words, sorted, one a
 # line, and $status to the function's status.
 complete_line() {
+    # shellcheck disable=SC2016 # the script is expanded by the inner bash
     run env -i PATH="$PATH" HOME="$WORK" HOSTFILE="$BATS_TEST_TMPDIR/hosts" \
         bash --norc --noprofile -c '
             cd "$1" || exit 9

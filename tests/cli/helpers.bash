@@ -54,6 +54,7 @@ HOSTS
 
 # orv_conf_text [LIST]: the default orv.conf, its master list holding LIST (the
 # not-yet-joined placeholder by default).
+# shellcheck disable=SC2120 # LIST is optional
 orv_conf_text() {
     cat <<CONF
 # ORV kernel configuration
@@ -122,9 +123,9 @@ orv_env() {
     for v in ${ORV_UNSET:-}; do
         e=("${e[@]/#$v=*/}")
     done
-    local -a clean=()
-    for v in "${e[@]}"; do [ -n "$v" ] && clean+=("$v"); done
-    printf '%s\n' "${clean[@]}"
+    local -a set_vars=()
+    for v in "${e[@]}"; do [ -n "$v" ] && set_vars+=("$v"); done
+    printf '%s\n' "${set_vars[@]}"
 }
 
 # run_orv ARGS...: runs orvconfig in the fixture (stdin from /dev/null unless ORV_STDIN
@@ -195,6 +196,7 @@ orv_setup_shared_conf() {
 
 # Binds a port on the IPv4 wildcard address and, where IPv6 exists, on the IPv6 one
 # (v6-only, so both families are covered whichever the probe tries first).
+# shellcheck disable=SC2016 # a perl program, expanded by perl
 _ORV_PERL_BIND='
 use strict; use Socket qw(:all);
 sub bind_port {
@@ -412,7 +414,9 @@ mg_add_vos() {
     mkdir -p "$v/conf" "$v/.install"
     printf 'VOS_TOP=%s\nVOS_ORV_ENVDIR=%s\nVOS_MASTER_LIST="hostA hostB hostC"\n' "$v" "$top/kernel/conf" \
         >"$v/conf/vos.conf"
+    # shellcheck disable=SC2016 # the environment scripts hold their variables unexpanded
     printf 'VOS_ENVDIR=$VOS_TOP/conf\nexport VOS_ENVDIR\n' >"$v/conf/profile.vos"
+    # shellcheck disable=SC2016 # as above
     printf 'setenv VOS_ENVDIR $VOS_TOP/conf\n' >"$v/conf/cshrc.vos"
     cat >"$v/.install/mgconf.txt" <<'MGCONF'
 file|@INSTALLDIR@/vos/conf/vos.conf|@SHARETOP@/vos/conf/vos.conf|Y

@@ -208,7 +208,7 @@ EOF
     run_orv hovhdfsport set "$port"
     expect_status 0
     expect_output <<<"Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is $port."
-    ! grep -qF "$port" "$SERVICES/namenode.xml"
+    ! grep -qF "$port" "$SERVICES/namenode.xml" || false
     expect_no_tmp "$T"
 }
 
@@ -266,7 +266,7 @@ EOF
     mkfifo "$SERVICES/namenode.xml"
     local port
     port=$(orv_free_base 1)
-    run_orv_timeout 20 hovhdfsport set $port
+    run_orv_timeout 20 hovhdfsport set "$port"
     expect_status 255
     expect_output <<EOF
 Cannot open file $CONF/../../oservice/osc/conf/services/namenode.xml.

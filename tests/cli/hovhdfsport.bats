@@ -252,6 +252,6 @@ Set HOV_HDFS_PORT in $q failed.
 Command failed.
 Command failed.
 EOF
-    profile_text NameNode $q | expect_file "$SERVICES/namenode.xml"
-    profile_text NameNode $q | expect_file "$SSERVICES/namenode.xml"
+    profile_text NameNode "$q" | expect_file "$SERVICES/namenode.xml"
+    profile_text NameNode "$q" | expect_file "$SSERVICES/namenode.xml"
 }

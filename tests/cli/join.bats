@@ -46,6 +46,7 @@ set_master_list() {
 }
 
 answer() {
+    # shellcheck disable=SC2059 # the answers are written with printf's escapes (\n)
     printf "$1" >"$BATS_TEST_TMPDIR/answers"
     ORV_STDIN=$BATS_TEST_TMPDIR/answers
 }

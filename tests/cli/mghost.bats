@@ -442,6 +442,7 @@ Command failed.
 EOF
     # mgconf.txt ran before the failure and stays done; the host was not added.
     cmp "$CONF/orv.cluster.cluster1" "$SHARE/kernel/conf/orv.cluster.cluster1"
+    # shellcheck disable=SC2016 # the profile holds the variable unexpanded
     grep -qx 'ORV_CONFDIR=$ORV_TOP/kernel/conf' "$CONF/profile.orv"
     expect_no_tmp "$T"
 

@@ -23,8 +23,9 @@ setup_file() {
 }
 
 require_build() {
-    [ -n "$BUILD" ] && [ -f "$BUILD/CMakeCache.txt" ] ||
+    if [ -z "$BUILD" ] || [ ! -f "$BUILD/CMakeCache.txt" ]; then
         skip "no build directory (set ORV_BUILD_DIR)"
+    fi
     [ -x "$BUILD/orvconfig" ] || skip "the build directory holds no orvconfig binary"
 }
 

@@ -216,6 +216,7 @@ EOF
     for text in 7a69 -5 +5 ' 5' '5 ' 0x401 1025.0 '１０２５'; do
         ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR" run_orv setbaseport "$text"
         [ "$status" -eq 255 ]
+        # shellcheck disable=SC2059 # $INVALID is the message's own format
         printf "$INVALID\nCommand failed.\n" "$text" | expect_output
     done
     expect_unchanged "$T"
@@ -227,6 +228,7 @@ EOF
     for text in 1024 0 '' 000001024 65532 99999 4294968321 123456789012345678901234567890; do
         run_orv setbaseport "$text"
         [ "$status" -eq 255 ]
+        # shellcheck disable=SC2059 # $INVALID is the message's own format
         printf "$INVALID\nCommand failed.\n" "$text" | expect_output
     done
     # The range is only tested once the caller is known to be an administrator.
@@ -255,6 +257,7 @@ EOF
     snapshot "$T"
     run_orv setbaseport 65530
     [ "$status" -eq 255 ]
+    # shellcheck disable=SC2059 # $INVALID is the message's own format
     printf "$INVALID\nCommand failed.\n" 65530 | expect_output
     expect_unchanged "$T"
 

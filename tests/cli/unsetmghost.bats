@@ -221,6 +221,7 @@ EOF
 VOS_ENVDIR=$VOS_TOP/conf
 export VOS_ENVDIR
 EOF
+    # shellcheck disable=SC2016 # the script holds the variable unexpanded
     expect_file "$CTOP/vos/conf/cshrc.vos" <<<'setenv VOS_ENVDIR $VOS_TOP/conf'
 
     # A batch product attached to another cluster is left alone.

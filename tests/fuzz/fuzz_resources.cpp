@@ -9,10 +9,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string text(reinterpret_cast<const char*>(data), size);
     for (int flag = 0; flag <= 1; ++flag) {
         std::vector<orv::LOCAL_RESOURCE> list;
-        int count = 0;
-        int r = orv::parseLocalResources(&text, list, flag, count);
-        if (r == 0 && count <= 0) __builtin_trap();
-        if (count > static_cast<int>(list.size())) __builtin_trap();
+        int r = orv::parseLocalResources(text, list, flag);
+        if (r == 0 && list.empty()) __builtin_trap();
     }
     return 0;
 }

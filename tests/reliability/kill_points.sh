@@ -48,7 +48,8 @@ check_catches_loss() {
         rel_restore
         mkdir -p "$(dirname "$T/$rel")"
         [ -f "$T/$rel" ] || cp "$W/clean/$rel" "$T/$rel"
-        head -c $(($(wc -c <"$T/$rel") / 2)) "$W/clean/$rel" >"$T/$rel"
+        size=$(wc -c <"$T/$rel")
+        head -c $((size / 2)) "$W/clean/$rel" >"$T/$rel"
         rel_check_tree >/dev/null && rel_die "the check missed a half-written $rel"
         [ -f "$W/pristine/$rel" ] && cp "$W/pristine/$rel" "$T/$rel.tmp"
         rel_check_tree >/dev/null && rel_die "the check took an old .tmp for $rel as new"

@@ -13,6 +13,9 @@
 # the run and after a clean run (absent counts as a version), plus the copy of REL_VIA.
 # rel_check_tree tells whether every file holds one complete version, or whether its
 # ".tmp" holds a complete version that is not the old one.
+# The variables set here are read by the scripts that source this file and by the
+# fixture writers of helpers.bash.
+# shellcheck shell=bash disable=SC2034
 
 REL_DIR=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 REL_SRC=$(cd "$REL_DIR/../.." && pwd)
@@ -48,7 +51,7 @@ rel_scenario_masterlist() {
     sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostA hostB"/' "$CONF/orv.conf"
     sed -i '/^HOSTNAME/a hostA     !        !           1      -    -    -    (mg linux)\nhostB     !        !           1      -    -    -    (mg linux)' \
         "$CONF/orv.cluster.cluster1"
-    REL_ARGS=(masterlist hostB,hostA)
+    REL_ARGS=(masterlist "hostB,hostA")
     REL_CHANGED=(top/kernel/conf/orv.conf)
 }
 

@@ -9,7 +9,7 @@
 # ORVCONFIG_PLAIN names a binary built without sanitizers; without it one is built in
 # $VALGRIND_BUILD_DIR (default build-valgrind).
 set -uo pipefail
-cd "$(dirname "$0")/../.."
+cd "$(dirname "$0")/../.." || exit 1
 
 SUITES=(join addresourceattr masterlist unsetmghost)
 # The cases of each suite that run under valgrind (a bats --filter on the case names).

@@ -94,9 +94,10 @@ check_fault() {
         [ -e "$path" ] && fail "$path was left behind"
         before_edit "$base" "$idx" || fail "$base is not its version before the edit"
     else
-        reported "Cannot write file \(.*\)\. Its new content is kept in .*\.$" "$base" &&
-            reported "Cannot write file .*\. Its new content is kept in \(.*\)\.$" "$base.tmp" ||
+        if ! reported "Cannot write file \(.*\)\. Its new content is kept in .*\.$" "$base" ||
+            ! reported "Cannot write file .*\. Its new content is kept in \(.*\)\.$" "$base.tmp"; then
             fail "no \"Cannot write file $base. Its new content is kept in $base.tmp.\""
+        fi
         rel_matches_version "$base.tmp" "$idx" not-old || fail "$base.tmp does not hold the new text"
     fi
     rel_check_tree >"$W/check" || fail "$(cat "$W/check")"

@@ -10,7 +10,7 @@
 
 #include <string>
 
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 #include "mghost_test_support.hpp"
 
 namespace orv {
@@ -275,7 +275,7 @@ class DotInstall : public ChangeScriptRun {
                "addline|@HEADTOPDIR@/kernel/conf/local.conf|SHARED=|SHARED=@SHARETOP@\n");
     }
     int run(int mode) const {
-        return dotInstall(dir_, mode, path("top"), path("share"), "", "cl1", path("top"));
+        return dotInstall(dir_, mode, path("top"), path("share"), "cl1", path("top"));
     }
     bool copiesGone() const {
         return !has("top/.install/mgconf.txt.tmp") && !has("top/.install/mgmasterupdate.txt.tmp") &&
@@ -306,7 +306,7 @@ TEST_F(DotInstall, LineEmptiedByAPlaceholderIsAFormatErrorButTheRunSucceeds) {
            "@SHARETOP@\n"
            "addline|@HEADTOPDIR@/kernel/conf/local.conf|SHARED=|SHARED=yes\n");
     testing::internal::CaptureStdout();
-    EXPECT_EQ(dotInstall(dir_, 0, path("top"), "", "", "cl1", path("top")), 0);
+    EXPECT_EQ(dotInstall(dir_, 0, path("top"), "", "cl1", path("top")), 0);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), warning(dir_ + "/mgupdate.txt.tmp", 0));
     EXPECT_EQ(read("top/kernel/conf/local.conf"), "L=1\nSHARED=yes\n");
     EXPECT_EQ(globalRnConfFileErrorFlag, -1);
@@ -359,7 +359,7 @@ class ScriptCopies : public ChangeScriptRun {
     std::string copyOf(const std::string& installTop, const std::string& shareTop,
                        const std::string& cluster, const std::string& line) {
         script("d/mgconf.txt", line);
-        EXPECT_EQ(copyConfigAndReplace(path("d"), installTop, shareTop, "", cluster, "/head"), 0);
+        EXPECT_EQ(copyConfigAndReplace(path("d"), installTop, shareTop, cluster, "/head"), 0);
         std::string text = read("d/mgconf.txt.tmp");
         deleteTmpConfig(path("d"));
         return text;

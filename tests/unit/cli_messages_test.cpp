@@ -6,8 +6,8 @@
 #include <string>
 
 #include "child_process.hpp"
-#include "cli/messages.hpp"
 #include "cli/usage.hpp"
+#include "console/messages.hpp"
 
 namespace orv {
 namespace {
@@ -148,13 +148,13 @@ TEST(CliPrompts, EndOfInputAnswersNo) {
 TEST(CliUsage, UnknownSelectorsPrintNothing) {
     const ChildRun run = runInChild("", [] {
         for (int type : {-1, 0, 1, 5, 7, 11, 13}) {
-            usage(type);
+            usage(static_cast<UsageText>(type));
         }
         return 0;
     });
     EXPECT_EQ(run.output, "");
     const ChildRun nine = runInChild("", [] {
-        usage(9);
+        usage(UsageText::Unsetmghost);
         return 0;
     });
     EXPECT_EQ(nine.output, "\nUsage: orvconfig unsetmghost [-f]\n");

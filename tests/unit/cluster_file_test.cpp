@@ -185,7 +185,7 @@ TEST_F(ClusterFileOnDisk, ReadersReportMissingFileAndName) {
     EXPECT_EQ(getHostListFromCluster(dir_, hosts), -1);
     EXPECT_EQ(insertCluster(dir_, "nodeq5"), -1);
     EXPECT_EQ(removeCluster(dir_, "nodeq5"), -1);
-    EXPECT_EQ(insertClusterShared(dir_, "nodeq5", 0, ""), -1);
+    EXPECT_EQ(insertClusterShared(dir_, "nodeq5"), -1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
@@ -231,7 +231,7 @@ TEST_F(ClusterFileOnDisk, InsertClusterMissingFile) {
 
 TEST_F(ClusterFileOnDisk, InsertSharedAppendsNewHostBeforeTheEnd) {
     write("orv.cluster.c1", kCluster);
-    EXPECT_EQ(insertClusterShared(dir_, "averylonghost", 0, ""), 1);
+    EXPECT_EQ(insertClusterShared(dir_, "averylonghost"), 1);
     EXPECT_EQ(read("orv.cluster.c1"),
               "Begin ClusterAdmins\n"
               "Administrators = orvadmin\n"
@@ -251,7 +251,7 @@ TEST_F(ClusterFileOnDisk, InsertSharedAppendsNewHostBeforeTheEnd) {
 
 TEST_F(ClusterFileOnDisk, InsertSharedMarksAnExistingLine) {
     write("orv.cluster.c1", kCluster);
-    EXPECT_EQ(insertClusterShared(dir_, "nodeq2", 0, ""), 1);
+    EXPECT_EQ(insertClusterShared(dir_, "nodeq2"), 1);
     EXPECT_EQ(read("orv.cluster.c1"),
               "Begin ClusterAdmins\n"
               "Administrators = orvadmin\n"
@@ -270,7 +270,7 @@ TEST_F(ClusterFileOnDisk, InsertSharedMarksAnExistingLine) {
 // The short name matches the qualified line written earlier, so no second line is added.
 TEST_F(ClusterFileOnDisk, InsertSharedFindsTheQualifiedForm) {
     write("orv.cluster.c1", "Begin Host\nHOSTNAME RESOURCES\nnodeq7.lab.local (linux)\nEnd Host\n");
-    EXPECT_EQ(insertClusterShared(dir_, "NODEQ7", 0, ""), 1);
+    EXPECT_EQ(insertClusterShared(dir_, "NODEQ7"), 1);
     EXPECT_EQ(read("orv.cluster.c1"),
               "Begin Host\nHOSTNAME RESOURCES\nnodeq7.lab.local (mg linux)\nEnd Host\n");
 }
@@ -278,14 +278,14 @@ TEST_F(ClusterFileOnDisk, InsertSharedFindsTheQualifiedForm) {
 TEST_F(ClusterFileOnDisk, InsertSharedLeavesALineThatCannotBeRemade) {
     const std::string text = "Begin Host\nHOSTNAME RESOURCES\nnodeq7 (linux\nEnd Host\n";
     write("orv.cluster.c1", text);
-    EXPECT_EQ(insertClusterShared(dir_, "nodeq7", 0, ""), 1);
+    EXPECT_EQ(insertClusterShared(dir_, "nodeq7"), 1);
     EXPECT_EQ(read("orv.cluster.c1"), text);
 }
 
 TEST_F(ClusterFileOnDisk, InsertSharedWithoutHeaderIsRefused) {
     const std::string text = "Begin Host\nEnd Host\n";
     write("orv.cluster.c1", text);
-    EXPECT_EQ(insertClusterShared(dir_, "nodeq7", 0, ""), -1);
+    EXPECT_EQ(insertClusterShared(dir_, "nodeq7"), -1);
     EXPECT_EQ(read("orv.cluster.c1"), text);
     EXPECT_FALSE(tmpLeft());
 }

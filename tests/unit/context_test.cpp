@@ -74,7 +74,7 @@ TEST_F(ContextTest, EnvironmentGettersReportMissingVariables) {
         std::string local = "untouched";
         const bool allNull = getOrvConfDir() == nullptr && getOrvLocalConfDir() == nullptr &&
                              getInstallTop() == nullptr && getVosEnvDir() == nullptr &&
-                             getOrvDirFromBinary("orvconfig", local) == -1 && local == "untouched";
+                             getOrvDirFromBinary(local) == -1 && local == "untouched";
         return allNull ? 0 : 1;
     });
     EXPECT_EQ(unset.result, 0);
@@ -90,7 +90,7 @@ TEST_F(ContextTest, EnvironmentGettersReportMissingVariables) {
         const bool ok = std::string(getOrvConfDir()) == "/c d" &&
                         std::string(getOrvLocalConfDir()) == "/l" &&
                         std::string(getInstallTop()) == "/t" && getVosEnvDir() != nullptr &&
-                        getOrvDirFromBinary(nullptr, local) == 1 && local == "/l";
+                        getOrvDirFromBinary(local) == 1 && local == "/l";
         return ok ? 0 : 1;
     });
     EXPECT_EQ(set.result, 0);

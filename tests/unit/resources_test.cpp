@@ -23,11 +23,10 @@ struct GrammarCase {
     const char* tags;  // "Name=Value;" per parsed tag
 };
 
-std::string describe(const Tags& tags, int count) {
+std::string describe(const Tags& tags) {
     std::string out;
-    for (int i = 0; i < count; ++i) {
-        out += tags[static_cast<std::size_t>(i)].Name + "=" +
-               tags[static_cast<std::size_t>(i)].Value + ";";
+    for (const LOCAL_RESOURCE& tag : tags) {
+        out += tag.Name + "=" + tag.Value + ";";
     }
     return out;
 }
@@ -58,20 +57,18 @@ TEST(ResourcesGrammar, TableOfTagTexts) {
     for (const GrammarCase& c : cases) {
         const std::string text = c.text;
         Tags tags;
-        int count = -7;
-        const int result = parseLocalResources(&text, tags, c.flag, count);
+        const int result = parseLocalResources(text, tags, c.flag);
         EXPECT_EQ(result, c.result) << "text: " << c.text << " flag " << c.flag;
         if (result != -1) {
-            EXPECT_EQ(describe(tags, count), c.tags) << "text: " << c.text;
+            EXPECT_EQ(describe(tags), c.tags) << "text: " << c.text;
         }
     }
 }
 
-TEST(ResourcesGrammar, NullTextIsNoTags) {
+TEST(ResourcesGrammar, EmptyTextIsNoTags) {
     Tags tags{{"resource", "stale"}};
-    int count = 3;
-    EXPECT_EQ(parseLocalResources(nullptr, tags, 0, count), 1);
-    EXPECT_EQ(count, 0);
+    EXPECT_EQ(parseLocalResources("", tags, 0), 1);
+    EXPECT_TRUE(tags.empty());
 }
 
 // A fresh local configuration directory per case.
@@ -96,9 +93,8 @@ class ResourcesFiles : public ::testing::Test {
     }
     int add(const std::string& tagText) const {
         Tags tags;
-        int count = 0;
-        EXPECT_EQ(parseLocalResources(&tagText, tags, 0, count), 0) << tagText;
-        return addLocalResources(dir_, tags, count);
+        EXPECT_EQ(parseLocalResources(tagText, tags, 0), 0) << tagText;
+        return addLocalResources(dir_, tags);
     }
 
     std::string dir_;
@@ -179,10 +175,9 @@ TEST_F(ResourcesFiles, MissingFileIsReportedAndNothingIsCreated) {
 TEST_F(ResourcesFiles, ReadingBackGivesTagsAndComment) {
     writeConf("ORV_LOCAL_RESOURCES=\"[resource a] [other 2*z]\" # note\n");
     Tags tags;
-    int count = 0;
     std::string comment = "stale";
-    EXPECT_EQ(getLocalResources(dir_, tags, count, comment), 0);
-    EXPECT_EQ(describe(tags, count), "resource=a;other=2*z;");
+    EXPECT_EQ(getLocalResources(dir_, tags, comment), 0);
+    EXPECT_EQ(describe(tags), "resource=a;other=2*z;");
     EXPECT_EQ(comment, "# note");
 }
 

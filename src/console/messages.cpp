@@ -1,5 +1,5 @@
 // Message printing, the answer reader and the yes/no confirmations.
-#include "cli/messages.hpp"
+#include "console/messages.hpp"
 
 #include <cstdio>
 #include <string>
@@ -7,7 +7,6 @@
 namespace orv {
 
 int silent = 0;
-int globalRnConfFileErrorFlag = 0;
 
 std::string formatMessage(std::string_view format, std::initializer_list<std::string_view> args) {
     std::string out;

@@ -9,11 +9,14 @@
 
 namespace orv {
 
+// Message texts printed by more than one module.
+inline constexpr const char* kCannotOpenFileMessage = "Cannot open file %s.";
+inline constexpr const char* kCannotOpenTheFileMessage = "Cannot open the file %s.";
+// A result reported as a failure of the whole command.
+inline constexpr const char* kCommandFailedMessage = "Command failed.";
+
 // Set by a trailing "-f": every confirmation then counts as answered yes.
 extern int silent;
-
-// Set to -1 by the change-script interpreter on a malformed line or a failed edit.
-extern int globalRnConfFileErrorFlag;
 
 // Expands a message text: each "%s" or "%d" takes the next argument as it stands,
 // "%%" prints one "%". Missing arguments expand to nothing.

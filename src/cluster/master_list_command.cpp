@@ -1,0 +1,215 @@
+// The masterlist subcommand: checks a new ordered list of master candidates and writes it
+// to ORV_MASTER_LIST of orv.conf (and to the batch product's vos.conf when there is one).
+#include "cluster/master_list_command.hpp"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cluster/cluster_file.hpp"
+#include "console/messages.hpp"
+#include "context/cluster_identity.hpp"
+#include "context/environment.hpp"
+#include "hosts/host_identity.hpp"
+#include "hosts/master_list.hpp"
+#include "text/line_reader.hpp"
+#include "text/rewrite.hpp"
+#include "text/strings.hpp"
+
+namespace orv {
+
+namespace {
+
+constexpr const char* kVosMasterListKey = "VOS_MASTER_LIST";
+constexpr const char* kInvalidHostMessage = "[%s] is not a valid host name.";
+constexpr const char* kDuplicateMessage =
+    "You have input the host \"%s\" more than once in the master list. Do not duplicate host "
+    "names in the list.";
+constexpr const char* kNotManagementHostMessage =
+    "The host %s cannot be a master candidate because it is not a management host. Run "
+    "\"orvconfig mghost\" to configure the host as a management host.";
+constexpr const char* kNewMasterMessage =
+    "Only existing master candidates can be used as master host (first host in the list). To "
+    "introduce a new host as master host, append the host name to the list of candidates "
+    "without changing the existing master host, restart ORV on the master host, then change "
+    "the order of the list to make the new host as the master host.";
+
+// The cluster file's mode is restored only when "<dir>\<file>" exists: a backslash path
+// that never exists on this system, so in practice the cluster file keeps its own mode.
+// (setFileInfo never applies a record that was not filled.)
+void restoreClusterFileMode(const std::string& dir, const std::string& clusterFile,
+                            const FILEINFO& info) {
+    if (pathExists(dir + "\\" + clusterFile)) {
+        setFileInfo(dir, clusterFile, info);
+    }
+}
+
+bool anyHostMatches(const std::string& name, const std::vector<std::string>& hosts) {
+    for (const std::string& host : hosts) {
+        if (compareHost(host, name) == 1) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int checkNewNamesValid(const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        if (checkHostname(name) == -1) {
+            alertI18nWithParameter(kInvalidHostMessage, name);
+            return -1;
+        }
+    }
+    return 1;
+}
+
+int checkNoDuplicates(const std::vector<std::string>& names) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        for (std::size_t j = i + 1; j < names.size(); ++j) {
+            if (compareHost(names[i], names[j]) == 1) {
+                alertI18nWithParameter(kDuplicateMessage, names[j]);
+                return -1;
+            }
+        }
+    }
+    return 1;
+}
+
+int checkAllManagementHosts(const std::string& dir, const std::vector<std::string>& names) {
+    std::vector<std::string> clusterHosts;
+    if (getHostListFromCluster(dir, clusterHosts) == -1) {
+        return -1;
+    }
+    for (const std::string& name : names) {
+        if (!anyHostMatches(name, clusterHosts)) {
+            alertI18nWithParameter(kNotManagementHostMessage, name);
+            return -1;
+        }
+    }
+    return 1;
+}
+
+// A new master must already be a candidate: the daemons only hand over mastership to
+// hosts that were configured as candidates when ORV last started.
+int checkFirstIsCandidate(const std::string& dir, const std::string& first) {
+    std::vector<std::string> current;
+    if (getMasterListFromConf(dir, current, 1) == -1) {
+        return -1;
+    }
+    for (const std::string& entry : current) {
+        if (compareHost(first, entry) == 1) {
+            return 1;
+        }
+    }
+    alertI18n(kNewMasterMessage);
+    return -1;
+}
+
+struct RecordedModes {
+    FILEINFO orvConf;
+    FILEINFO clusterFile;
+    FILEINFO vosConf;
+};
+
+int recordModes(const std::string& confDir, const char* vosEnvDir, const std::string& clusterFile,
+                RecordedModes& modes) {
+    if (getFileInfo(confDir, "orv.conf", modes.orvConf) != -1 &&
+        getFileInfo(confDir, clusterFile, modes.clusterFile) != -1) {
+        return 1;
+    }
+    if (vosEnvDir == nullptr) {
+        return -1;
+    }
+    if (getFileInfo(vosEnvDir, "vos.conf", modes.vosConf) == -1 ||
+        getFileInfo(vosEnvDir, clusterFile, modes.clusterFile) == -1) {
+        return -1;
+    }
+    return 1;
+}
+
+// Mirrors the new list into the batch product's vos.conf. A failure here is not a
+// failure of the command: orv.conf already holds the new list.
+void mirrorIntoVosConf(const std::string& vosEnvDir, const std::string& newList,
+                       const RecordedModes& modes) {
+    std::string vosConf = vosEnvDir + "/vos.conf";
+    if (!pathExists(vosConf)) {
+        return;
+    }
+    if (replaceString(vosConf, kVosMasterListKey, masterListLine(kVosMasterListKey, newList)) < 0) {
+        setFileInfo(vosEnvDir, "vos.conf", modes.vosConf);
+    }
+}
+
+}  // namespace
+
+int replaceMasterList(const std::string& dir, const std::string& confPath,
+                      const std::string& newList) {
+    LineReader existence;
+    if (!existence.open(confPath)) {
+        alertI18nWithParameter(kCannotOpenFileMessage, confPath);
+        return -1;
+    }
+    std::vector<std::string> names;
+    tokenize(newList, names, ",");
+    if (names.empty()) {
+        alertI18n(kEmptyMasterListMessage);
+        return -1;
+    }
+    if (checkNewNamesValid(names) == -1 || checkNoDuplicates(names) == -1 ||
+        checkAllManagementHosts(dir, names) == -1 || checkFirstIsCandidate(dir, names[0]) == -1) {
+        return -1;
+    }
+    // Every line holding the key becomes the new line, a commented example included.
+    if (replaceString(confPath, kMasterListKey, masterListLine(kMasterListKey, newList)) < 0) {
+        return -1;
+    }
+    return 1;
+}
+
+int orvconfig_setmasterlist(const std::string& masterlist) {
+    const char* confDirEnv = getOrvConfDir();
+    if (confDirEnv == nullptr || checkDirectory(confDirEnv) == -1) {
+        return -1;
+    }
+    std::string confDir = confDirEnv;
+    std::string user;
+    getCurrentUser(user);
+    const char* vosEnvDir = getVosEnvDir();
+
+    std::optional<std::string> clusterFile = clusterFileNameIn(confDir, vosEnvDir);
+    if (!clusterFile) {
+        alertI18n(kNoClusterNameMessage);
+        return -1;
+    }
+    if (checkExecuteUser(confDir.c_str(), clusterFile->c_str(), user) == -1 &&
+        checkExecuteUser(vosEnvDir, clusterFile->c_str(), user) == -1) {
+        return -1;
+    }
+    RecordedModes modes;
+    if (recordModes(confDir, vosEnvDir, *clusterFile, modes) == -1) {
+        return -1;
+    }
+
+    bool root = isRootPrefixed(user);
+    if (replaceMasterList(confDir, confDir + "/orv.conf", masterlist) == -1) {
+        if (root) {
+            setFileInfo(confDir, "orv.conf", modes.orvConf);
+            restoreClusterFileMode(confDir, *clusterFile, modes.clusterFile);
+        }
+        return -1;
+    }
+    if (vosEnvDir == nullptr) {
+        return 1;
+    }
+    mirrorIntoVosConf(vosEnvDir, masterlist, modes);
+    if (root) {
+        setFileInfo(confDir, "orv.conf", modes.orvConf);
+        restoreClusterFileMode(confDir, *clusterFile, modes.clusterFile);
+        if (pathExists(std::string(vosEnvDir) + "/vos.conf")) {
+            setFileInfo(vosEnvDir, "vos.conf", modes.vosConf);
+        }
+    }
+    return 1;
+}
+
+}  // namespace orv
