@@ -105,7 +105,7 @@ RG
 # Unset a variable for the run with ORV_UNSET="ORV_CONFDIR ...".
 orv_env() {
     local -a e=(
-        "LD_PRELOAD=$NSS_WRAPPER_LIB"
+        "LD_PRELOAD=${LD_PRELOAD_SHIM:+$LD_PRELOAD_SHIM:}$NSS_WRAPPER_LIB"
         "NSS_WRAPPER_PASSWD=$T/nss/passwd"
         "NSS_WRAPPER_GROUP=$T/nss/group"
         "NSS_WRAPPER_HOSTS=$T/nss/hosts"
@@ -119,6 +119,7 @@ orv_env() {
         "ORV_LOCAL_CONFDIR=${ORV_LOCAL_CONFDIR_DIR:-$CONF}"
     )
     [ -n "${VOS_ENVDIR_DIR:-}" ] && e+=("VOS_ENVDIR=$VOS_ENVDIR_DIR")
+    [ -n "${ORV_LOOKUP_LOG:-}" ] && e+=("ORV_LOOKUP_LOG=$ORV_LOOKUP_LOG")
     local v
     for v in ${ORV_UNSET:-}; do
         e=("${e[@]/#$v=*/}")
@@ -136,13 +137,6 @@ run_orv() {
     run env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" <"${ORV_STDIN:-/dev/null}"
 }
 
-# run_orv_stdout ARGS...: like run_orv, but $output holds standard output only.
-run_orv_stdout() {
-    local -a envs
-    mapfile -t envs < <(orv_env)
-    run --separate-stderr env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" <"${ORV_STDIN:-/dev/null}"
-}
-
 # expect_file PATH: compares the file with the text on standard input, byte for byte.
 expect_file() {
     local expected
@@ -151,32 +145,6 @@ expect_file() {
     if ! cmp -s "$expected" "$1"; then
         echo "--- $1 differs from the expected text:" >&2
         diff -u "$expected" "$1" >&2 || true
-        return 1
-    fi
-}
-
-# expect_output: compares $output with the text on standard input exactly.
-expect_output() {
-    local expected
-    expected=$(cat)
-    if [ "$output" != "$expected" ]; then
-        echo "--- output differs:" >&2
-        diff -u <(printf '%s\n' "$expected") <(printf '%s\n' "$output") >&2 || true
-        return 1
-    fi
-}
-
-# snapshot DIR / expect_unchanged DIR: every file under DIR byte-identical, no file
-# added or removed (used to check that a refusal changed nothing).
-snapshot() {
-    (cd "$1" && find . -type f -print0 | sort -z | xargs -0 sha256sum) >"$BATS_TEST_TMPDIR/snapshot.$(echo "$1" | tr / _)"
-}
-expect_unchanged() {
-    local now
-    now=$( (cd "$1" && find . -type f -print0 | sort -z | xargs -0 sha256sum))
-    if [ "$now" != "$(cat "$BATS_TEST_TMPDIR/snapshot.$(echo "$1" | tr / _)")" ]; then
-        echo "--- files under $1 changed" >&2
-        diff <(cat "$BATS_TEST_TMPDIR/snapshot.$(echo "$1" | tr / _)") <(echo "$now") >&2 || true
         return 1
     fi
 }
@@ -253,31 +221,6 @@ orv_release_ports() {
         wait "$pid" 2>/dev/null || true
     done
     ORV_HOLDER_PIDS=
-}
-
-# run_orv_unprivileged ARGS...: runs orvconfig as an unprivileged user (uid 65534, also
-# mapped to $ORV_LOGIN) so that files with mode 000 really cannot be read; the fixture
-# tree is handed to that user. Without root the current user is unprivileged already.
-run_orv_unprivileged() {
-    if [ "$(id -u)" -ne 0 ]; then
-        run_orv "$@"
-        return
-    fi
-    command -v setpriv >/dev/null || skip "setpriv is not installed"
-    printf '%s:x:65534:65534:Cluster admin:/nonexistent:/bin/sh\n' "$ORV_LOGIN" >>"$T/nss/passwd"
-    chown -R 65534:65534 "$T"
-    local d=$T
-    while [ "$d" != / ]; do chmod o+x "$d"; d=$(dirname "$d"); done
-    # The build directory may lie below a directory that user cannot enter (a checkout
-    # in a mktemp -d directory): run a copy of the binary from beside the fixture tree
-    # (not inside it, so snapshots of the tree stay as they were).
-    local bin=$BATS_TEST_TMPDIR/unprivileged-bin
-    install -d -m 0755 "$bin"
-    install -m 0755 "$ORVCONFIG" "$bin/orvconfig"
-    local -a envs
-    mapfile -t envs < <(orv_env)
-    run setpriv --reuid=65534 --regid=65534 --clear-groups \
-        env -i PATH="$PATH" "${envs[@]}" "$bin/orvconfig" "$@" <"${ORV_STDIN:-/dev/null}"
 }
 
 # orv_ports_free BASE SPAN: succeeds when the SPAN ports from BASE are free right now.
@@ -473,16 +416,6 @@ expect_no_tmp() {
     [ -z "$left" ] || { echo "--- left behind: $left" >&2; return 1; }
 }
 
-# expect_tree DIR: the relative paths of the files under DIR, sorted, equal stdin.
-expect_tree() {
-    local now
-    now=$(cd "$1" && find . -type f | LC_ALL=C sort)
-    if [ "$now" != "$(cat)" ]; then
-        echo "--- files under $1: $now" >&2
-        return 1
-    fi
-}
-
 # mg_setup_demote: hostB was promoted after the master: the shared cluster file lists
 # hostA, hostB and hostC as management hosts, and hostB's environment scripts and orv.conf
 # point at $SHARE. The run variables are hostB's on the shared directory; $RCTOP is its
@@ -503,11 +436,124 @@ mg_setup_demote() {
     ORV_CONFDIR_DIR=$SCONF
 }
 
-# run_orv_timeout SECONDS ARGS...: run_orv, killed after SECONDS (status 124 when it hung).
-run_orv_timeout() {
-    local secs=$1
-    shift
+
+# ---- Used by the port suites (setbaseport.bats, hovhdfsport.bats) ----
+
+# expect_output: compares $output with the text on standard input exactly.
+expect_output() {
+    local expected
+    expected=$(cat)
+    if [ "$output" != "$expected" ]; then
+        echo "--- output differs:" >&2
+        diff -u <(printf '%s\n' "$expected") <(printf '%s\n' "$output") >&2 || true
+        return 1
+    fi
+}
+
+# snapshot DIR / expect_unchanged DIR: every file under DIR byte-identical, no file
+# added or removed (used to check that a refusal changed nothing).
+snapshot() {
+    (cd "$1" && find . -type f -print0 | sort -z | xargs -0 sha256sum) >"$BATS_TEST_TMPDIR/snapshot.$(echo "$1" | tr / _)"
+}
+expect_unchanged() {
+    local now
+    now=$( (cd "$1" && find . -type f -print0 | sort -z | xargs -0 sha256sum))
+    if [ "$now" != "$(cat "$BATS_TEST_TMPDIR/snapshot.$(echo "$1" | tr / _)")" ]; then
+        echo "--- files under $1 changed" >&2
+        diff <(cat "$BATS_TEST_TMPDIR/snapshot.$(echo "$1" | tr / _)") <(echo "$now") >&2 || true
+        return 1
+    fi
+}
+
+# run_orv_unprivileged ARGS...: runs orvconfig as an unprivileged user (uid 65534, also
+# mapped to $ORV_LOGIN) so that files with mode 000 really cannot be read; the fixture
+# tree is handed to that user. Without root the current user is unprivileged already.
+run_orv_unprivileged() {
+    if [ "$(id -u)" -ne 0 ]; then
+        run_orv "$@"
+        return
+    fi
+    command -v setpriv >/dev/null || skip "setpriv is not installed"
+    printf '%s:x:65534:65534:Cluster admin:/nonexistent:/bin/sh\n' "$ORV_LOGIN" >>"$T/nss/passwd"
+    chown -R 65534:65534 "$T"
+    local d=$T
+    while [ "$d" != / ]; do chmod o+x "$d"; d=$(dirname "$d"); done
+    # The build directory may lie below a directory that user cannot enter (a checkout
+    # in a mktemp -d directory): run a copy of the binary from beside the fixture tree
+    # (not inside it, so snapshots of the tree stay as they were).
+    local bin=$BATS_TEST_TMPDIR/unprivileged-bin
+    install -d -m 0755 "$bin"
+    install -m 0755 "$ORVCONFIG" "$bin/orvconfig"
     local -a envs
     mapfile -t envs < <(orv_env)
-    run timeout "$secs" env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" <"${ORV_STDIN:-/dev/null}"
+    run setpriv --reuid=65534 --regid=65534 --clear-groups \
+        env -i PATH="$PATH" "${envs[@]}" "$bin/orvconfig" "$@" <"${ORV_STDIN:-/dev/null}"
+}
+
+# ---- Transcripts (tests/cli/*.t, run by cram with bash) ----
+# Per case, `fixture VARIANT` lays out a fresh tree in ./t; `orv ARGS...` runs the binary
+# there (answers from $ANSWERS, one per word, else none), prints its merged output, then a
+# diff of every file the run changed, made or removed under $T (no diff: nothing changed)
+# and returns its status; `each CMD ARG...` runs `orv CMD ARG` per ARG (split at blanks),
+# each on one line: "ARG: output lines joined by ' | ' [status]", then its diff. $T and its
+# resolved path print as "$T".
+
+skip() {
+    echo "skipped: $*" >&2
+    exit 80
+}
+
+fixture() {
+    BATS_TEST_TMPDIR=$PWD
+    orv_release_ports
+    rm -rf "$PWD/t" "$PWD/t.before"
+    unset ORV_TOP_DIR ORV_CONFDIR_DIR ORV_LOCAL_CONFDIR_DIR VOS_ENVDIR_DIR ORV_UNSET ANSWERS
+    case ${1:-plain} in
+    plain) orv_setup_tree ;;
+    shared) orv_setup_tree && orv_setup_shared_conf ;;
+    master) mg_setup_master ;;
+    demote) mg_setup_demote ;;
+    *) echo "no fixture $1" >&2 && return 2 ;;
+    esac
+}
+
+orv_paths() { sed -e "s|$(cd "$T" && pwd -P)|\$T|g" -e "s|$T|\$T|g"; }
+
+# orvx ARGS...: the bare run, output and status untouched.
+orvx() {
+    local -a envs
+    mapfile -t envs < <(orv_env)
+    # shellcheck disable=SC2086 # one answer per word
+    env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" < <([ -z "${ANSWERS:-}" ] || printf '%s\n' $ANSWERS)
+}
+
+# orv_run ARGS...: runs in the tree; output in ./orv.out, diff in ./orv.diff, status returned.
+orv_run() {
+    rm -rf "$T.before"
+    cp -a "$T" "$T.before"
+    orvx "$@" >orv.out 2>&1
+    local st=$?
+    diff -U0 -rN --no-dereference "$T.before" "$T" 2>&1 | sed -e '/^diff /d' -e '/^--- /d' \
+        -e '/ is a fifo while file /d' -e "s|^+++ $T/\([^	]*\).*|+++ \1|" | orv_paths >orv.diff
+    return "$st"
+}
+
+orv() {
+    orv_run "$@"
+    local st=$?
+    orv_paths <orv.out
+    cat orv.diff
+    return "$st"
+}
+
+each() {
+    local cmd=$1 a st
+    shift
+    for a; do
+        # shellcheck disable=SC2086 # ARG holds several words
+        orv_run $cmd $a
+        st=$?
+        printf '%s: %s [%s]\n' "$(orv_paths <<<"$a")" "$(orv_paths <orv.out | sed ':a;N;$!ba;s/\n/ | /g')" "$st"
+        cat orv.diff
+    done
 }

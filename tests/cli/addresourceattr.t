@@ -1,0 +1,105 @@
+addresourceattr on a compute host (its master list names another host).
+
+  $ . "$TESTDIR/helpers.bash"
+  $ ra_fixture() { fixture && sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB"/' "$CONF/orv.conf"; }
+  $ ra_fixture; orv addresourceattr '[resource scvg]'
+  Add resource tag successfully.
+  +++ top/kernel/conf/orv.conf
+  @@ -7,0 +8,2 @@
+  +
+  +ORV_LOCAL_RESOURCES="[resource scvg]"
+
+New tags follow the existing ones, a known one is not repeated, the comment stays; a tag
+given twice is written twice; an unknown keyword already there is kept.
+
+  $ ra_fixture; echo 'ORV_LOCAL_RESOURCES="[resource a]"	# rack 4' >>"$CONF/orv.conf"
+  $ orv addresourceattr '[resource a] [resourcemap 2*b]'
+  Add resource tag successfully.
+  +++ top/kernel/conf/orv.conf
+  @@ -8 +8 @@
+  -ORV_LOCAL_RESOURCES="[resource a]"\t# rack 4 (esc)
+  +ORV_LOCAL_RESOURCES="[resource a] [resourcemap 2*b]" # rack 4
+  $ orv addresourceattr '[resource a]'
+  Add resource tag successfully.
+  $ ra_fixture; echo 'ORV_LOCAL_RESOURCES=' >>"$CONF/orv.conf"
+  $ orv addresourceattr '"[resource gpu] [resourcemap 4*mem] [resource gpu]"'
+  Add resource tag successfully.
+  +++ top/kernel/conf/orv.conf
+  @@ -8 +8 @@
+  -ORV_LOCAL_RESOURCES=
+  +ORV_LOCAL_RESOURCES="[resource gpu] [resourcemap 4*mem] [resource gpu]"
+  $ ra_fixture; echo 'ORV_LOCAL_RESOURCES="[tag x]"' >>"$CONF/orv.conf"; orv addresourceattr '[resource y]'
+  Add resource tag successfully.
+  +++ top/kernel/conf/orv.conf
+  @@ -8 +8 @@
+  -ORV_LOCAL_RESOURCES="[tag x]"
+  +ORV_LOCAL_RESOURCES="[tag x] [resource y]"
+
+Texts outside the tag grammar print the usage; an existing value that does not parse fails.
+
+  $ for a in '[resource a b]' '[resource]' 'resource a]' '[tag a]' '' '[resource a]]' '[Resource a]' 'resource a' '[resource	a]'; do orv_run addresourceattr "$a"; s=$?; echo "'$a': $(tr '\n' '|' <orv.out) [$s]"; cat orv.diff; done
+  '[resource a b]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
+  '[resource]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
+  'resource a]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
+  '[tag a]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
+  '': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
+  '[resource a]]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
+  '[Resource a]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
+  'resource a': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
+  '[resource\ta]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255] (esc)
+  $ orv addresourceattr '[resource a]' extra
+  
+  Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."
+  [255]
+  $ echo 'ORV_LOCAL_RESOURCES="[resource x y]"' >>"$CONF/orv.conf"; orv addresourceattr '[resource y]'
+  Add resource tag successfully.
+  +++ top/kernel/conf/orv.conf
+  @@ -9 +9 @@
+  -ORV_LOCAL_RESOURCES="[resource x y]"
+  +ORV_LOCAL_RESOURCES="[tag x] [resource y]"
+
+Not a compute host: another local directory (a link to the same one is not), a master
+candidate. An empty master list is reported but does not stop the tag.
+
+  $ ra_fixture; mkdir "$T/local"; cp "$CONF/orv.conf" "$T/local/"
+  $ ORV_LOCAL_CONFDIR_DIR=$T/local orv addresourceattr '[resource scvg]'
+  This command can only be executed on compute hosts. This host does not appear to be a compute host because ORV_CONFDIR environment and ORV_LOCAL_CONFDIR are different.
+  ORV_CONFDIR:
+      $T/top/kernel/conf
+  ORV_LOCAL_CONFDIR:
+      $T/local
+  Command failed.
+  [255]
+  $ ln -s "$CONF" "$T/linked"; ORV_LOCAL_CONFDIR_DIR=$T/linked orv addresourceattr '[resource scvg]'
+  Add resource tag successfully.
+  +++ top/kernel/conf/orv.conf
+  @@ -7,0 +8,2 @@
+  +
+  +ORV_LOCAL_RESOURCES="[resource scvg]"
+  $ ra_fixture; sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB hostA.lab.local"/' "$CONF/orv.conf"
+  $ orv addresourceattr '[resource scvg]'
+  This command cannot be executed on a master or master candidate host. This host appears to be a master or master candidate host because it is specified in parameter ORV_MASTER_LIST in $ORV_CONFDIR/orv.conf. 
+  ORV_CONFDIR:
+      $T/top/kernel/conf
+  Command failed.
+  [255]
+  $ fixture; orv addresourceattr '[resource a]'
+  You have not input any hosts in the master list. Specify the name of the master host and any master candidates.
+  Add resource tag successfully.
+  +++ top/kernel/conf/orv.conf
+  @@ -7,0 +8,2 @@
+  +
+  +ORV_LOCAL_RESOURCES="[resource a]"
+
+Not an administrator; a directory in place of orv.conf.
+
+  $ ra_fixture; sed -i 's/^Administrators = .*/Administrators = admin1 admin2/' "$CONF/orv.cluster.cluster1"
+  $ orv addresourceattr '[resource scvg]'
+  You must be cluster administrator [admin1 admin2] to use orvconfig.
+  Command failed.
+  [255]
+  $ ra_fixture; rm "$CONF/orv.conf"; mkdir "$CONF/orv.conf"; orv addresourceattr '[resource scvg]'
+  Cannot open file $T/top/kernel/conf/orv.conf.
+  Cannot open the file $T/top/kernel/conf/orv.conf.
+  Command failed.
+  [255]

@@ -1,0 +1,130 @@
+The command line: the full usage, -h, -V, illegal options and words, each subcommand's
+usage on a wrong count (nothing changed), and the environment checks of every run.
+
+  $ . "$TESTDIR/helpers.bash"; fixture
+  $ orvx >usage; echo "[$?]"; cat usage
+  [255]
+  
+  Usage: orvconfig subcommand [options]
+         orvconfig -h
+         orvconfig -V
+  Subcommand:
+     addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."
+  Adds a resource attribute tag to the parameter ORV_LOCAL_RESOURCES in orv.conf on the local host. The attribute tag is later referenced when you create a resource group and want to add hosts to it that share the same resource attribute.
+  resourcemap :Keyword required by ORV_LOCAL_RESOURCES to signify that the name of the resource attribute tag is numeric. The name is preceded by a numeric value to form a name-value pair.
+  resource : Keyword required by ORV_LOCAL_RESOURCES to signify that the name of the resource attribute tag is boolean.
+  resource_name : Specifies the name of the resource attribute tag that identifies this type of host. For example, the resource attribute tag scvg could be later used to create a resource group for harvesting-capable hosts.
+  
+     join        master_name [-f]
+  Adds the local UNIX host to the cluster that has the specified master host.
+  
+     masterlist  host_name[,host_name,...]
+  Specifies the list of master candidates, starting with the master host, and including  all of the candidates, in the order of failover priority.
+  
+     mghost      shared_top [-f]
+  Specifies to ignore the local configuration directory and look in the shared location for the configuration information and common files so the management hosts use a common set of files. Issuing this command adds this host to the management hosts resource group.
+  
+     mghost      vos [-f]
+  Use this command when adding Brevant VOS to an existing ORV cluster. Specifies to ignore the local VOS configuration directory and use the ORV shared directory instead. Issue this command on all management hosts so VOS can use shared location configurations.
+  
+     mghost      kirn [-f]
+  Use this command when adding Brevant Tessary to an existing ORV cluster. Specifies to ignore the local Tessary configuration directory and use the ORV shared directory instead. Issue this command only on the master host so that Tessary can use shared location configurations.
+  
+     mghost      zt [-f]
+  Use this command when adding Brevant Tessary Analytics to an existing ORV cluster. Specifies to ignore the local Tessary Analytics configuration directory and use the ORV shared directory instead. Issue this command only on the master host so that Tessary Analytics can use shared location configurations.
+  
+     setbaseport base_port_no
+  Changes the port number for the ORV_LIM service or daemon to the specified port number.
+  
+     unsetmghost [-f]
+  Demotes the local management host to a compute host.
+  
+     hovhdfsport <show|set> port_no 
+  Displays or updates the port number for the HDFS service.
+  $ for o in -h -help -hx; do orvx $o 2>&1 | cmp - usage && echo "$o [${PIPESTATUS[0]}]"; done
+  -h [0]
+  -help [0]
+  -hx [0]
+  $ orvx -V 2>&1 >/dev/null | tee banner; echo "[${PIPESTATUS[0]}]"
+  ORV 1.2.7.0 build 213132, Feb 27 2013
+  Copyright (C) 2013 the orvconfig authors.
+  All rights reserved.
+  
+  binary type: linux2.6-glibc2.3-x86_64
+  [0]
+  $ for o in -V -Vx -Version; do orvx $o 2>&1 >/dev/null | cmp - banner && echo "$o [${PIPESTATUS[0]}] stdout: $(orvx $o 2>/dev/null | wc -c)"; done
+  -V [0] stdout: 0
+  -Vx [0] stdout: 0
+  -Version [0] stdout: 0
+  $ for o in -x -v -H - --help '-h extra' '-V x y'; do orvx $o >out 2>&1; echo "'$o' [$?] $(head -1 out)"; tail -n +2 out | cmp - usage; done
+  '-x' [0] orvconfig: Illegal option --x
+  '-v' [0] orvconfig: Illegal option --v
+  '-H' [0] orvconfig: Illegal option --H
+  '-' [0] orvconfig: Illegal option --
+  '--help' [0] orvconfig: Illegal option ---help
+  '-h extra' [255] orvconfig: Illegal option --h
+  '-V x y' [255] orvconfig: Illegal option --V
+  $ for w in foo masterlists Join JOIN mghosts unsetmghost2 hovhdfs addresource ''; do orvx "$w" x >out 2>&1; echo "'$w x' [$?] $(head -1 out)"; tail -n +2 out | cmp - usage; done
+  'foo x' [255] orvconfig: Illegal option -foo
+  'masterlists x' [255] orvconfig: Illegal option -masterlists
+  'Join x' [255] orvconfig: Illegal option -Join
+  'JOIN x' [255] orvconfig: Illegal option -JOIN
+  'mghosts x' [255] orvconfig: Illegal option -mghosts
+  'unsetmghost2 x' [255] orvconfig: Illegal option -unsetmghost2
+  'hovhdfs x' [255] orvconfig: Illegal option -hovhdfs
+  'addresource x' [255] orvconfig: Illegal option -addresource
+  ' x' [255] orvconfig: Illegal option -
+
+Each subcommand's usage on a wrong count or word: exit 255, stdout only, nothing changed.
+
+  $ u() { orv_run "$@"; echo "$* [$?] $(tr '\n' '|' <orv.out)"; cat orv.diff; }
+  $ orvx masterlist 2>&1 >/dev/null | wc -c
+  0
+  $ for a in masterlist 'masterlist hostA,hostB -F' 'masterlist hostA hostB' 'masterlist hostA,hostB -f -f' join 'join m -F' 'join hostB f' 'join hostB -f extra'; do u $a; done
+  masterlist [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
+  masterlist hostA,hostB -F [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
+  masterlist hostA hostB [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
+  masterlist hostA,hostB -f -f [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
+  join [255] |Usage: orvconfig join master_name [-f]|
+  join m -F [255] |Usage: orvconfig join master_name [-f]|
+  join hostB f [255] |Usage: orvconfig join master_name [-f]|
+  join hostB -f extra [255] |Usage: orvconfig join master_name [-f]|
+  $ for a in mghost 'mghost /share -F' 'mghost vos --f' 'mghost /share -f x' 'unsetmghost -F' 'unsetmghost f' 'unsetmghost -f -f'; do u $a; done
+  mghost [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
+  mghost /share -F [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
+  mghost vos --f [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
+  mghost /share -f x [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
+  unsetmghost -F [255] |Usage: orvconfig unsetmghost [-f]|
+  unsetmghost f [255] |Usage: orvconfig unsetmghost [-f]|
+  unsetmghost -f -f [255] |Usage: orvconfig unsetmghost [-f]|
+  $ for a in setbaseport 'setbaseport 20000 -f' 'setbaseport 20000 20010' 'addresourceattr' "addresourceattr resource a"; do u $a; done
+  setbaseport [255] |Usage: orvconfig setbaseport base_port_no|
+  setbaseport 20000 -f [255] |Usage: orvconfig setbaseport base_port_no|
+  setbaseport 20000 20010 [255] |Usage: orvconfig setbaseport base_port_no|
+  addresourceattr [255] |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."|
+  addresourceattr resource a [255] |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."|
+  $ for a in hovhdfsport 'hovhdfsport set' 'hovhdfsport show 5' 'hovhdfsport Show' 'hovhdfsport get 5' 'hovhdfsport set 5 -f' 'hovhdfsport show -f'; do u $a; done
+  hovhdfsport [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
+  hovhdfsport set [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
+  hovhdfsport show 5 [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
+  hovhdfsport Show [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
+  hovhdfsport get 5 [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
+  hovhdfsport set 5 -f [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
+  hovhdfsport show -f [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
+
+The environment and the administrator, checked before anything is read or written.
+
+  $ for v in ORV_CONFDIR ORV_LOCAL_CONFDIR; do ORV_UNSET=$v each setbaseport 20000; ORV_UNSET=$v each hovhdfsport show; done
+  20000: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  show: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  20000: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
+  show: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
+  $ : >"$T/plainfile"; ORV_CONFDIR_DIR=$T/plainfile each setbaseport 20000; ORV_CONFDIR_DIR=$T/missing each setbaseport 20000
+  20000: The cluster configuration directory cannot be used because the environment variable ORV_CONFDIR is not set to a valid directory. | Command failed. [255]
+  20000: Command failed. [255]
+  $ sed -i 's/^Administrators = .*/Administrators = root,orvadmin/' "$CONF/orv.cluster.cluster1"; each setbaseport 20000
+  20000: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
+  $ fixture; ORV_LOGIN=OrvAdmin; orv_write_nss; each hovhdfsport show
+  show: You must be cluster administrator [orvadmin] to use orvconfig. | Command failed. [255]
+  $ fixture; rm "$CONF/orv.cluster.cluster1"; each setbaseport 20000
+  20000: Cannot open the file $T/top/kernel/conf/orv.cluster.cluster1. | Command failed. [255]
