@@ -72,8 +72,8 @@ EOF
 EOF
     complete_line orvconfig --dry-run un
     expect_output <<<unsetmghost
-    complete_line orvconfig --dry-run mghost vo
-    expect_output <<<vos
+    complete_line orvconfig --dry-run mghost ki
+    expect_output <<<kirn
     complete_line orvconfig x
     [ -z "$output" ]
 }
