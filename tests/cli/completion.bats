@@ -72,8 +72,8 @@ EOF
 EOF
     complete_line orvconfig --dry-run un
     expect_output <<<unsetmghost
-    complete_line orvconfig --dry-run mghost ki
-    expect_output <<<kirn
+    complete_line orvconfig --dry-run hovhdfsport s
+    expect_output <<<$'set\nshow'
     complete_line orvconfig x
     [ -z "$output" ]
 }
