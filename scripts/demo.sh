@@ -209,6 +209,8 @@ step join hostA -f
 
 say "The master fills the shared top and moves onto it; hostB follows as a management host."
 as_host hostA
+say "First a preview: the same checks and messages, a diff of every file, nothing written."
+step --dry-run mghost "$SANDBOX/share"
 step mghost "$SANDBOX/share" -f
 as_host hostB
 step mghost "$SANDBOX/share" -f

@@ -4,6 +4,7 @@
 #include "cli/usage.hpp"
 #include "console/messages.hpp"
 #include "text/file_io.hpp"
+#include "text/file_store.hpp"
 
 // The dispatcher's -1 becomes exit status 255.
 int main(int argc, char** argv) {
@@ -25,6 +26,7 @@ int main(int argc, char** argv) {
         // written, so that file is as it was; the run fails instead of aborting.
         orv::alertI18n(orv::kCommandFailedMessage);
     }
+    orv::printDryRunReport();
     // A file that could not be written fails the run, also where a command goes on past
     // the failed edit.
     return result == 0 && !orv::anyWriteFailed() ? 0 : 255;

@@ -16,6 +16,7 @@
 #include "ports/base_port.hpp"
 #include "ports/hdfs_port.hpp"
 #include "resources/local_resources.hpp"
+#include "text/file_store.hpp"
 
 namespace orv {
 
@@ -337,6 +338,15 @@ int runOption(const char* arg) {
 }  // namespace
 
 int orvconfigMain(int argc, char** argv) {
+    // --dry-run before a subcommand: every check and message of the real run, each
+    // question answered as -f answers it, and nothing written (the run's effects go to an
+    // overlay that main reports at the end).
+    if (argc > 2 && std::string_view(argv[1]) == "--dry-run") {
+        beginDryRun();
+        silent = 1;
+        argv[1] = argv[0];
+        return orvconfigMain(argc - 1, argv + 1);
+    }
     if (argc == 2 && argv[1][0] == '-') {
         return runOption(argv[1]);
     }

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "console/messages.hpp"
+#include "text/file_io.hpp"
 
 namespace orv {
 
@@ -165,7 +166,7 @@ void fillInfo(const struct stat& st, FILEINFO& info) {
 // Only the permission bits are restored; owner and group stay those of the editor.
 // A record that was never filled is never applied.
 bool restoreMode(const std::string& fullpath, const FILEINFO& info) {
-    return info.recorded && ::chmod(fullpath.c_str(), info.filemode & 07777) == 0;
+    return info.recorded && changeMode(fullpath, info.filemode & 07777) == 0;
 }
 
 }  // namespace
@@ -204,8 +205,7 @@ int setFileInfo2(const std::string& fullpath, const FILEINFO& info) {
 }
 
 bool pathExists(const std::string& path) {
-    struct stat st {};
-    return ::stat(path.c_str(), &st) == 0;
+    return pathKind(path) != PathKind::Absent;
 }
 
 bool isRootPrefixed(const std::string& user) {

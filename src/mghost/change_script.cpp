@@ -55,7 +55,7 @@ std::string copyPath(const std::string& dir, std::size_t index) {
 // reports it); one that cannot be written completely is removed, so that half a script is
 // never run.
 void writeScriptCopy(const std::string& path, std::string_view text) {
-    unlink(path.c_str());
+    removePath(path);
     writeNewFile(path, text);
 }
 
@@ -327,7 +327,7 @@ int mgUpdate(const std::string& scriptPath) {
 
 int deleteTmpConfig(const std::string& dir) {
     for (std::size_t index = 0; index < kScriptNames.size(); ++index) {
-        unlink(copyPath(dir, index).c_str());
+        removePath(copyPath(dir, index));
     }
     return 0;
 }

@@ -124,7 +124,7 @@ int copyTreeDir(const std::string& source, const std::string& target, const stru
             return 0;
         }
     }
-    if (mkdir(target.c_str(), st.st_mode & 07777) != 0 && errno != EEXIST) {
+    if (makeDirectory(target, st.st_mode & 07777) != 0 && errno != EEXIST) {
         reportMkdirFailure(target, errno);
     }
     return copyTree(source, target, overwrite, ancestors);
@@ -161,10 +161,8 @@ int copyTree(const std::string& source, const std::string& target, int overwrite
 
 // mkdir of one path component; an existing directory is fine, an existing file is not.
 bool makeOneDir(const std::string& path) {
-    if (mkdir(path.c_str(), 0777) == 0) return true;
-    if (errno != EEXIST) return false;
-    struct stat st {};
-    return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+    if (makeDirectory(path, 0777) == 0) return true;
+    return errno == EEXIST && pathKind(path) == PathKind::Directory;
 }
 
 }  // namespace
@@ -214,7 +212,7 @@ int makeDir(const std::string& path) {
 }
 
 int removeFile(const std::string& path) {
-    unlink(path.c_str());
+    removePath(path);
     return 1;
 }
 

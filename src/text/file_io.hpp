@@ -99,6 +99,15 @@ NewFileResult writeNewFile(const std::string& path, std::string_view content);
 // False when it cannot be opened or written.
 bool appendToFile(const std::string& path, std::string_view text);
 
+// What stands at a path, links followed.
+enum class PathKind { Absent, Regular, Directory, Other };
+PathKind pathKind(const std::string& path);
+
+// mkdir(2), unlink(2) and chmod(2) of the run: 0, or -1 with errno set.
+int makeDirectory(const std::string& path, mode_t mode);
+int removePath(const std::string& path);
+int changeMode(const std::string& path, mode_t mode);
+
 // The temporary name of a file: "<file>.tmp".
 inline std::string tmpPathOf(const std::string& file) {
     return file + ".tmp";

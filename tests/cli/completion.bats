@@ -46,7 +46,7 @@ complete -F _orvconfig orvconfig
 EOF
 }
 
-@test "the first word completes to the subcommands, and a dash to -h and -V" {
+@test "the first word completes to the subcommands, a dash to the options; --dry-run shifts nothing" {
     complete_line orvconfig ""
     expect_output <<'EOF'
 addresourceattr
@@ -66,9 +66,14 @@ EOF
     expect_output <<<unsetmghost
     complete_line orvconfig -
     expect_output <<'EOF'
+--dry-run
 -V
 -h
 EOF
+    complete_line orvconfig --dry-run un
+    expect_output <<<unsetmghost
+    complete_line orvconfig --dry-run hovhdfsport s
+    expect_output <<<$'set\nshow'
     complete_line orvconfig x
     [ -z "$output" ]
 }

@@ -29,6 +29,7 @@ setup() {
     local -a envs
     mapfile -t envs < <(orv_env)
     mkdir -p "$T/runs"
+    # shellcheck disable=SC2016 # the runner's own variables are written, not expanded
     {
         echo '#!/bin/bash'
         echo 'node=$1 conf=$2; shift 2; host=$node; [[ $node == c* ]] && host=hostD'
@@ -88,6 +89,7 @@ promoted_lines_sorted() {
         expect_runs "$NODES"
         # Lines come in the order the runs took the lock: compare them sorted.
         sed -n '8,23p' "$SCONF/orv.cluster.cluster1" | sort >"$T/lines"
+        # shellcheck disable=SC2046 # one argument per node
         promoted_lines_sorted $(nodeset -e "$NODES") | sort | expect_file "$T/lines"
         sed -i '8,23d' "$SCONF/orv.cluster.cluster1"
         expect_master_only

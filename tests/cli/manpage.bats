@@ -57,6 +57,7 @@ EOF
 @test "the synopsis and the subcommand entries name every subcommand with its operands" {
     output=$(render | sed -n '/^SYNOPSIS$/,/^DESCRIPTION$/s/^ \{1,\}//p')
     expect_output <<'EOF'
+orvconfig [--dry-run] subcommand [operand...]
 orvconfig masterlist host_name[,host_name,...] [-f]
 orvconfig join master_name [-f]
 orvconfig mghost shared_top [-f]
@@ -87,6 +88,7 @@ EOF
 @test "options, environment variables and exit statuses each have an entry" {
     output=$(section_entries OPTIONS | grep -E '^-')
     expect_output <<'EOF'
+--dry-run
 -f     Given as the last argument of masterlist, join, mghost and
 -h     Prints the list of subcommands with a short description of each,
 -V     Writes the version banner to standard error and exits with status
@@ -97,6 +99,7 @@ ORV_CONFDIR
 ORV_LOCAL_CONFDIR
 ORV_TOP
 VOS_ENVDIR
+ORVCONFIG_LOCK_WAIT
 EOF
     output=$(section_entries 'EXIT STATUS' | awk '{print $1}')
     expect_output <<'EOF'

@@ -1,0 +1,272 @@
+// The overlay of a dry run: the disk as the run would leave it, held in memory. Reads of a
+// file the run has written come from the overlay; everything else is read from the disk.
+// Where the real run would fail to open a ".tmp" or a file, the overlay fails the same way
+// (judged from what stands on the disk and the permissions there), so the preview prints
+// the messages of the real run. Failures of the writes themselves (a full disk) cannot be
+// foreseen and are not.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <vector>
+
+#include "console/messages.hpp"
+#include "text/file_store.hpp"
+#include "text/unified_diff.hpp"
+
+namespace orv {
+
+namespace {
+
+std::string realPathOf(const std::string& path) {
+    std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
+    return real ? std::string(real.get()) : std::string();
+}
+
+std::string currentDirectory() {
+    std::unique_ptr<char, decltype(&std::free)> cwd(::getcwd(nullptr, 0), &std::free);
+    return cwd ? std::string(cwd.get()) : std::string("/");
+}
+
+// The directory part and the last component of a path ("" and "." stand for the current
+// directory).
+std::pair<std::string, std::string> splitPath(const std::string& path) {
+    std::string trimmed = path;
+    while (trimmed.size() > 1 && trimmed.back() == '/') trimmed.pop_back();
+    const std::size_t slash = trimmed.rfind('/');
+    if (slash == std::string::npos) return {".", trimmed};
+    return {slash == 0 ? "/" : trimmed.substr(0, slash), trimmed.substr(slash + 1)};
+}
+
+class OverlayStore final : public FileStore {
+  public:
+    bool read(const std::string& path, std::string& out) override;
+    PathKind kind(const std::string& path) override;
+    CommitResult commit(const std::string& file, std::string_view original,
+                        const TextPieces& updated, bool keepTmpOnFileOpenFailure) override;
+    CommitResult writeThroughTmp(const std::string& target, std::string_view content) override;
+    NewFileResult writeNewFile(const std::string& path, std::string_view content) override;
+    bool append(const std::string& path, std::string_view text) override;
+    int makeDirectory(const std::string& path, mode_t mode) override;
+    int remove(const std::string& path) override;
+    int changeMode(const std::string& path, mode_t mode) override;
+    void report() const;
+
+  private:
+    // One name per file whatever the spelling of its path: the resolved directory and the
+    // last component as given (a link there is the link, as O_NOFOLLOW and unlink see it).
+    std::string keyOf(const std::string& path) const;
+    const std::optional<std::string>* written(const std::string& key) const;
+    void store(const std::string& key, std::optional<std::string> content);
+    bool directoryWritable(const std::string& path) const;
+    bool canCreateFresh(const std::string& path) const;
+    bool canOpenForWrite(const std::string& path, bool create) const;
+
+    std::map<std::string, std::optional<std::string>> files_;  // nullopt: removed
+    std::vector<std::string> fileOrder_;
+    std::set<std::string> dirs_;
+    std::vector<std::string> dirOrder_;
+};
+
+std::string OverlayStore::keyOf(const std::string& path) const {
+    const std::string absolute =
+        !path.empty() && path[0] == '/' ? path : currentDirectory() + "/" + path;
+    auto [dir, name] = splitPath(absolute);
+    if (name.empty()) return "/";
+    std::string parent = realPathOf(dir);
+    if (parent.empty()) parent = keyOf(dir);  // a directory this run made, or none
+    if (name == ".") return parent;
+    if (name == "..") return splitPath(parent).first;
+    return parent == "/" ? "/" + name : parent + "/" + name;
+}
+
+const std::optional<std::string>* OverlayStore::written(const std::string& key) const {
+    auto found = files_.find(key);
+    return found == files_.end() ? nullptr : &found->second;
+}
+
+void OverlayStore::store(const std::string& key, std::optional<std::string> content) {
+    if (files_.find(key) == files_.end()) fileOrder_.push_back(key);
+    files_[key] = std::move(content);
+}
+
+bool OverlayStore::directoryWritable(const std::string& path) const {
+    const std::string key = keyOf(path);
+    if (dirs_.count(key) != 0) return true;
+    struct stat st {};
+    return ::stat(key.c_str(), &st) == 0 && S_ISDIR(st.st_mode) &&
+           ::access(key.c_str(), W_OK | X_OK) == 0;
+}
+
+// Whether an O_CREAT|O_TRUNC|O_NOFOLLOW open of the path would succeed.
+bool OverlayStore::canCreateFresh(const std::string& path) const {
+    const std::string key = keyOf(path);
+    if (const auto* content = written(key)) {
+        if (*content) return true;
+        return directoryWritable(splitPath(key).first);
+    }
+    struct stat st {};
+    if (::lstat(key.c_str(), &st) != 0) return directoryWritable(splitPath(key).first);
+    return S_ISREG(st.st_mode) && ::access(key.c_str(), W_OK) == 0;
+}
+
+// Whether the file could be opened for writing (links followed), or created.
+bool OverlayStore::canOpenForWrite(const std::string& path, bool create) const {
+    const std::string key = keyOf(path);
+    if (const auto* content = written(key)) {
+        return content->has_value() || (create && directoryWritable(splitPath(key).first));
+    }
+    struct stat st {};
+    if (::stat(key.c_str(), &st) != 0) {
+        return create && directoryWritable(splitPath(key).first);
+    }
+    return S_ISREG(st.st_mode) && ::access(key.c_str(), W_OK) == 0;
+}
+
+bool OverlayStore::read(const std::string& path, std::string& out) {
+    if (const auto* content = written(keyOf(path))) {
+        out = content->value_or(std::string());
+        return content->has_value();
+    }
+    return diskStore().read(path, out);
+}
+
+PathKind OverlayStore::kind(const std::string& path) {
+    const std::string key = keyOf(path);
+    if (const auto* content = written(key)) {
+        return *content ? PathKind::Regular : PathKind::Absent;
+    }
+    if (dirs_.count(key) != 0) return PathKind::Directory;
+    return diskStore().kind(path);
+}
+
+CommitResult OverlayStore::commit(const std::string& file, std::string_view original,
+                                  const TextPieces& updated, bool /*keepTmpOnFileOpenFailure*/) {
+    if (!canCreateFresh(tmpPathOf(file))) return CommitResult::TmpOpenFailed;
+    std::string text;
+    for (const std::string_view piece : updated) text += piece;
+    if (text == original) return CommitResult::Unchanged;
+    if (!canOpenForWrite(file, false)) return CommitResult::FileOpenFailed;
+    store(keyOf(file), std::move(text));
+    return CommitResult::Written;
+}
+
+CommitResult OverlayStore::writeThroughTmp(const std::string& target, std::string_view content) {
+    if (!canCreateFresh(tmpPathOf(target))) return CommitResult::TmpOpenFailed;
+    if (!canOpenForWrite(target, true)) return CommitResult::FileOpenFailed;
+    store(keyOf(target), std::string(content));
+    return CommitResult::Written;
+}
+
+NewFileResult OverlayStore::writeNewFile(const std::string& path, std::string_view content) {
+    if (!canCreateFresh(path)) return NewFileResult::OpenFailed;
+    store(keyOf(path), std::string(content));
+    return NewFileResult::Written;
+}
+
+bool OverlayStore::append(const std::string& path, std::string_view text) {
+    if (!canOpenForWrite(path, true)) return false;
+    std::string content;
+    if (kind(path) == PathKind::Regular && !read(path, content)) return false;
+    content += text;
+    store(keyOf(path), std::move(content));
+    return true;
+}
+
+int OverlayStore::makeDirectory(const std::string& path, mode_t /*mode*/) {
+    const std::string key = keyOf(path);
+    struct stat st {};
+    if (kind(key) != PathKind::Absent || ::lstat(key.c_str(), &st) == 0) {
+        errno = EEXIST;
+        return -1;
+    }
+    const std::string parent = splitPath(key).first;
+    if (kind(parent) != PathKind::Directory) {
+        errno = kind(parent) == PathKind::Absent ? ENOENT : ENOTDIR;
+        return -1;
+    }
+    if (!directoryWritable(parent)) {
+        errno = EACCES;
+        return -1;
+    }
+    dirs_.insert(key);
+    dirOrder_.push_back(key);
+    return 0;
+}
+
+int OverlayStore::remove(const std::string& path) {
+    const std::string key = keyOf(path);
+    struct stat st {};
+    const bool onDisk = written(key) == nullptr && ::lstat(key.c_str(), &st) == 0;
+    const auto* content = written(key);
+    if (!onDisk && (content == nullptr || !*content)) {
+        errno = ENOENT;
+        return -1;
+    }
+    if (onDisk && S_ISDIR(st.st_mode)) {
+        errno = EISDIR;
+        return -1;
+    }
+    if (!directoryWritable(splitPath(key).first)) {
+        errno = EACCES;
+        return -1;
+    }
+    store(key, std::nullopt);
+    return 0;
+}
+
+int OverlayStore::changeMode(const std::string& path, mode_t /*mode*/) {
+    // Permission bits are not part of the preview; the file only has to be there.
+    if (kind(path) != PathKind::Absent) return 0;
+    errno = ENOENT;
+    return -1;
+}
+
+void OverlayStore::report() const {
+    for (const std::string& key : fileOrder_) {
+        const std::optional<std::string>& after = files_.at(key);
+        struct stat st {};
+        std::string before;
+        const bool existed = ::lstat(key.c_str(), &st) == 0;
+        if (existed && S_ISREG(st.st_mode)) diskStore().read(key, before);
+        if (!existed && !after) continue;
+        if (existed && after && before == *after) continue;
+        if (!existed && after->empty()) {
+            alertI18nWithParameter("Would create the empty file %s.", key);
+            continue;
+        }
+        printText("--- " + (existed ? key : std::string("/dev/null")) + "\n");
+        printText("+++ " + (after ? key : std::string("/dev/null")) + "\n");
+        printText(unifiedHunks(before, after.value_or(std::string())));
+    }
+    for (const std::string& dir : dirOrder_) {
+        alertI18nWithParameter("Would make the directory %s.", dir);
+    }
+    alertI18n("Dry run: nothing was changed.");
+}
+
+OverlayStore* overlay = nullptr;
+
+}  // namespace
+
+void beginDryRun() {
+    static OverlayStore store;
+    overlay = &store;
+    useFileStore(store);
+}
+
+bool isDryRun() {
+    return overlay != nullptr;
+}
+
+void printDryRunReport() {
+    if (overlay != nullptr) overlay->report();
+}
+
+}  // namespace orv
