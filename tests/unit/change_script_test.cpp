@@ -11,13 +11,13 @@
 #include <string>
 
 #include "console/messages.hpp"
-#include "mghost_test_support.hpp"
+#include "fixture.hpp"
 
 namespace orv {
 namespace {
 
-using testing_support::modeOf;
-using testing_support::TempDirTest;
+
+using test::TempDirTest;
 
 struct LineCase {
     std::string line;
@@ -88,7 +88,7 @@ class ChangeScriptRun : public TempDirTest {
     // Writes a script whose "%R" stand for the case's directory.
     std::string script(const std::string& rel, std::string text) const {
         for (std::size_t at = text.find("%R"); at != std::string::npos; at = text.find("%R")) {
-            text.replace(at, 2, root_);
+            text.replace(at, 2, dir_);
         }
         write(rel, text);
         return path(rel);
@@ -245,7 +245,7 @@ TEST_F(ChangeScriptRun, UpdateUnknownOperationAloneLeavesTheFlag) {
 }
 
 TEST_F(ChangeScriptRun, FailedEditIsReportedAndTheScriptGoesOn) {
-    ASSERT_EQ(mkdir(path("adir").c_str(), 0755), 0);
+    mkdir("adir");
     write("f", "A=1\n");
     const std::string s = script("u.tmp",
                                  "replaceline|%R/adir|KEY=|KEY=1\n"
@@ -263,7 +263,7 @@ class DotInstall : public ChangeScriptRun {
   protected:
     void SetUp() override {
         ChangeScriptRun::SetUp();
-        dir_ = path("top/.install");
+        install_ = path("top/.install");
         write("top/kernel/conf/orv.conf", "ORV_MASTER=old\nORV_X=1\n");
         write("top/kernel/conf/local.conf", "L=1\n");
         script("top/.install/mgconf.txt",
@@ -275,13 +275,13 @@ class DotInstall : public ChangeScriptRun {
                "addline|@HEADTOPDIR@/kernel/conf/local.conf|SHARED=|SHARED=@SHARETOP@\n");
     }
     int run(int mode) const {
-        return dotInstall(dir_, mode, path("top"), path("share"), "cl1", path("top"));
+        return dotInstall(install_, mode, path("top"), path("share"), "cl1", path("top"));
     }
     bool copiesGone() const {
         return !has("top/.install/mgconf.txt.tmp") && !has("top/.install/mgmasterupdate.txt.tmp") &&
                !has("top/.install/mgupdate.txt.tmp");
     }
-    std::string dir_;
+    std::string install_;
 };
 
 TEST_F(DotInstall, MasterRunsAllThreeScripts) {
@@ -306,8 +306,8 @@ TEST_F(DotInstall, LineEmptiedByAPlaceholderIsAFormatErrorButTheRunSucceeds) {
            "@SHARETOP@\n"
            "addline|@HEADTOPDIR@/kernel/conf/local.conf|SHARED=|SHARED=yes\n");
     testing::internal::CaptureStdout();
-    EXPECT_EQ(dotInstall(dir_, 0, path("top"), "", "cl1", path("top")), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), warning(dir_ + "/mgupdate.txt.tmp", 0));
+    EXPECT_EQ(dotInstall(install_, 0, path("top"), "", "cl1", path("top")), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), warning(install_ + "/mgupdate.txt.tmp", 0));
     EXPECT_EQ(read("top/kernel/conf/local.conf"), "L=1\nSHARED=yes\n");
     EXPECT_EQ(globalRnConfFileErrorFlag, -1);
     EXPECT_TRUE(copiesGone());
@@ -324,7 +324,7 @@ TEST_F(DotInstall, UnknownModeChangesNothing) {
 
 TEST_F(DotInstall, MissingScriptStopsTheRun) {
     ASSERT_EQ(unlink(path("top/.install/mgmasterupdate.txt").c_str()), 0);
-    const std::string missing = dir_ + "/mgmasterupdate.txt";
+    const std::string missing = install_ + "/mgmasterupdate.txt";
     testing::internal::CaptureStdout();
     EXPECT_EQ(run(1), -1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
@@ -340,7 +340,7 @@ TEST_F(DotInstall, MissingConfScriptIsStillReportedForAnotherHost) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(run(0), 0);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "Cannot open the file " + dir_ + "/mgconf.txt.\n");
+              "Cannot open the file " + install_ + "/mgconf.txt.\n");
     EXPECT_EQ(read("top/kernel/conf/local.conf"), "L=1\nSHARED=" + path("share") + "\n");
     EXPECT_TRUE(copiesGone());
 }

@@ -2,6 +2,7 @@
 // two readers, and the insert/remove rewrites compared as whole files. Host names here
 // are made up so that the resolver knows none of them and names compare as written.
 #include "cluster/cluster_file.hpp"
+#include "fixture.hpp"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -97,31 +98,14 @@ TEST(ClusterFileChangeHostEntry, LinesThatCannotBeRemade) {
     EXPECT_EQ(out, "hostB     !        ");
 }
 
-class ClusterFileOnDisk : public ::testing::Test {
+class ClusterFileOnDisk : public test::TempDirTest {
   protected:
     void SetUp() override {
-        std::string pattern = (std::filesystem::temp_directory_path() / "orv_cluster.XXXXXX");
-        std::vector<char> buf(pattern.begin(), pattern.end());
-        buf.push_back('\0');
-        ASSERT_NE(mkdtemp(buf.data()), nullptr);
-        dir_ = buf.data();
+        TempDirTest::SetUp();
         write("orv.shared", "Begin Cluster\nClusterName\nc1\nEnd Cluster\n");
     }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
-    void write(const std::string& name, const std::string& text) const {
-        std::ofstream(dir_ + "/" + name, std::ios::binary) << text;
-    }
-    std::string read(const std::string& name) const {
-        std::ifstream in(dir_ + "/" + name, std::ios::binary);
-        std::ostringstream s;
-        s << in.rdbuf();
-        return s.str();
-    }
     std::string clusterPath() const { return dir_ + "/orv.cluster.c1"; }
-    bool tmpLeft() const { return std::filesystem::exists(clusterPath() + ".tmp"); }
-
-    std::string dir_;
+    bool tmpLeft() const { return exists(clusterPath() + ".tmp"); }
 };
 
 const std::string kCluster =

@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "text/xml_value.hpp"
-#include "text_test_support.hpp"
+#include "fixture.hpp"
 
 namespace orv {
 namespace {
 
-class TextXml : public test::TextFileTest {
+class TextXml : public test::TempDirTest {
   protected:
     static constexpr int kFailed = 0xff;  // -1 as the child's exit status
 };

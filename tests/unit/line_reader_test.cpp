@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "text/line_reader.hpp"
-#include "text_test_support.hpp"
+#include "fixture.hpp"
 
 namespace orv {
 namespace {
@@ -167,7 +167,7 @@ TEST(TextReader, ParseLineRefusesLinesOf4095Characters) {
     EXPECT_EQ(value, "<old>");
 }
 
-class TextConfLookup : public test::TextFileTest {};
+class TextConfLookup : public test::TempDirTest {};
 
 TEST_F(TextConfLookup, FindsTheFirstLineWithTheKey) {
     const std::string conf = write("orv.conf",

@@ -11,14 +11,14 @@
 #include <string>
 
 #include "text/file_io.hpp"
-#include "text_test_support.hpp"
+#include "fixture.hpp"
 
 namespace orv {
 namespace {
 
 using namespace std::string_literals;
 
-class TextFileIo : public test::TextFileTest {};
+class TextFileIo : public test::TempDirTest {};
 
 TEST_F(TextFileIo, ReadsRegularFilesByteForByte) {
     const std::string bytes = "a\0b\t \r\n\xff"s + std::string(200000, 'x');

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "ports/base_port.hpp"
-#include "text_test_support.hpp"
+#include "fixture.hpp"
 
 namespace orv {
 namespace {
@@ -20,7 +20,7 @@ using test::runInChild;
 const std::vector<PortSetting> kKernelPorts = {
     {"ORV_LIM_PORT", "40000"}, {"ORV_KD_PORT", "40001"}, {"ORV_PEM_PORT", "40002"}};
 
-class PortKeyLines : public test::TextFileTest {
+class PortKeyLines : public test::TempDirTest {
   protected:
     // Runs the one-pass edit on one copy and the per-key edits on another, each in a
     // child (so that messages are captured), and checks that both agree.
@@ -58,7 +58,7 @@ class PortKeyLines : public test::TextFileTest {
     }
 
     void SetUp() override {
-        TextFileTest::SetUp();
+        TempDirTest::SetUp();
         ASSERT_EQ(::mkdir(path("a").c_str(), 0755), 0);
         ASSERT_EQ(::mkdir(path("b").c_str(), 0755), 0);
     }

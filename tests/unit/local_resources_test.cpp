@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "fixture.hpp"
 #include "resources/local_resources.hpp"
 
 namespace orv {
@@ -72,32 +73,16 @@ TEST(ResourcesGrammar, EmptyTextIsNoTags) {
 }
 
 // A fresh local configuration directory per case.
-class ResourcesFiles : public ::testing::Test {
+class ResourcesFiles : public test::TempDirTest {
   protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/orv_resources_test.XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        dir_ = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
     std::string conf() const { return dir_ + "/orv.conf"; }
-    void writeConf(const std::string& text) const {
-        std::ofstream(conf(), std::ios::binary) << text;
-    }
-    std::string readConf() const {
-        std::ifstream in(conf(), std::ios::binary);
-        std::ostringstream s;
-        s << in.rdbuf();
-        return s.str();
-    }
+    void writeConf(const std::string& text) const { write("orv.conf", text); }
+    std::string readConf() const { return read(conf()); }
     int add(const std::string& tagText) const {
         Tags tags;
         EXPECT_EQ(parseLocalResources(tagText, tags, 0), 0) << tagText;
         return addLocalResources(dir_, tags);
     }
-
-    std::string dir_;
 };
 
 TEST_F(ResourcesFiles, AbsentKeyIsAppendedAfterAnEmptyLine) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "text/strings.hpp"
-#include "text_test_support.hpp"
+#include "fixture.hpp"
 
 namespace orv {
 namespace {
@@ -87,7 +87,7 @@ TEST(TextStrings, ReplaceVariable) {
     }
 }
 
-class TextAppend : public test::TextFileTest {};
+class TextAppend : public test::TempDirTest {};
 
 TEST_F(TextAppend, AppendsALineAndCreatesMissingFiles) {
     const std::string file = path("new.txt");
