@@ -38,44 +38,15 @@ The block of five ports and the shuffle ports; without a shared top vos.conf is 
 
 With sd.xml and SD.xml the block has seven ports and both profiles move.
 
-  $ setup plain; sd_profile "$S/sd.xml"; sd_profile "$S/SD.xml"; orv setbaseport $B | rel
+  $ setup plain; sd_profile "$S/sd.xml"; sd_profile "$S/SD.xml"; orv setbaseport $B | rel | grep -v '^[-@]' | grep -i 'sd\|mrss\|^[A-Z]'
   Communication ports have been changed. The new base port is B.
-  +++ top/kernel/conf/orv.conf
-  @@ -3,3 +3,3 @@
-  -ORV_LIM_PORT=7869
-  -ORV_KD_PORT=7870
-  -ORV_PEM_PORT=7871
-  +ORV_LIM_PORT=B
-  +ORV_KD_PORT=B+1
-  +ORV_PEM_PORT=B+2
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
   +++ top/oservice/osc/conf/services/SD.xml
-  @@ -2,2 +2,2 @@
-  -    <Environment name="SD_SDK_PORT">7874</Environment>
-  -    <Environment name="SD_ADMIN_PORT">7875</Environment>
   +    <Environment name="SD_SDK_PORT">B+5</Environment>
   +    <Environment name="SD_ADMIN_PORT">B+6</Environment>
   +++ top/oservice/osc/conf/services/mrss.xml
-  @@ -2,2 +2,2 @@
-  -    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">7879</Environment>
-  -    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">7880</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">B+10</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">B+11</Environment>
-  +++ top/oservice/osc/conf/services/rs.xml
-  @@ -3 +3 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
   +++ top/oservice/osc/conf/services/sd.xml
-  @@ -2,2 +2,2 @@
-  -    <Environment name="SD_SDK_PORT">7874</Environment>
-  -    <Environment name="SD_ADMIN_PORT">7875</Environment>
   +    <Environment name="SD_SDK_PORT">B+5</Environment>
   +    <Environment name="SD_ADMIN_PORT">B+6</Environment>
 
@@ -184,67 +155,37 @@ A shared host: both sides move, the shared side's vos.conf found through ORV_TOP
 take mrss.xml from the shared directory; the block size comes from the local services.
 
   $ setup shared; port_profiles "$SHARE"; sd_profile "$S/sd.xml"; R=$(realpath "$SHARE"); mkdir "$TOP\\conf" "$R\\conf"
-  $ echo VOS_LIM_PORT=7869 | tee "$R\\conf/vos.conf" >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel
+  $ echo VOS_LIM_PORT=7869 | tee "$R\\conf/vos.conf" >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel | grep -v '^[-@]'
   Communication ports have been changed. The new base port is B.
   +++ share/kernel/conf/orv.conf
-  @@ -3,3 +3,3 @@
-  -ORV_LIM_PORT=7869
-  -ORV_KD_PORT=7870
-  -ORV_PEM_PORT=7871
   +ORV_LIM_PORT=B
   +ORV_KD_PORT=B+1
   +ORV_PEM_PORT=B+2
   +++ share/kernel/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
   +    <Parameter name="OSC_PORT">B+3</Parameter>
   +++ share/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
   +    <Parameter name="OSC_PORT">B+3</Parameter>
   +++ share/oservice/osc/conf/services/mrss.xml
-  @@ -2,2 +2,2 @@
-  -    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">7879</Environment>
-  -    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">7880</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">B+10</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">B+11</Environment>
   +++ share/oservice/osc/conf/services/rs.xml
-  @@ -3 +3 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>
   +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
   +++ "$T/share\\conf/vos.conf"
-  @@ -1 +1 @@
-  -VOS_LIM_PORT=7869
   +VOS_LIM_PORT=B
   +++ top/kernel/conf/orv.conf
-  @@ -3,3 +3,3 @@
-  -ORV_LIM_PORT=7869
-  -ORV_KD_PORT=7870
-  -ORV_PEM_PORT=7871
   +ORV_LIM_PORT=B
   +ORV_KD_PORT=B+1
   +ORV_PEM_PORT=B+2
   +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
   +    <Parameter name="OSC_PORT">B+3</Parameter>
   +++ top/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
   +    <Parameter name="OSC_PORT">B+3</Parameter>
   +++ top/oservice/osc/conf/services/rs.xml
-  @@ -3 +3 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>
   +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
   +++ top/oservice/osc/conf/services/sd.xml
-  @@ -2,2 +2,2 @@
-  -    <Environment name="SD_SDK_PORT">7874</Environment>
-  -    <Environment name="SD_ADMIN_PORT">7875</Environment>
   +    <Environment name="SD_SDK_PORT">B+5</Environment>
   +    <Environment name="SD_ADMIN_PORT">B+6</Environment>
   +++ "$T/top\\conf/vos.conf"
-  @@ -1 +1 @@
-  -VOS_LIM_PORT=7869
   +VOS_LIM_PORT=B
   $ setup shared; port_profiles "$SHARE"; sd_profile "$SSERVICES/sd.xml"; orv_hold_ports $((B + 6)); orv setbaseport $B | rel | grep '^[A-Z]\|^+++\|+.*SD_'
   Communication ports have been changed. The new base port is B.
@@ -301,31 +242,13 @@ side fails it after the other edits, with nothing rolled back.
 A local directory named with \conf falls back to conf.old; another one fails.
 
   $ setup plain; mv "$CONF" "$TOP/kernel/conf.old"; ORV_CONFDIR_DIR=$TOP/kernel/conf.old ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\conf"
-  $ orv setbaseport $B | rel | grep -v '^+++ top/\(kernel/\)\?oservice'
+  $ orv setbaseport $B | rel | grep '^[A-Z$]\|^+++ top/kernel/conf\|^+ORV'
   $T/top/kernel\conf does not exist.
   Communication ports have been changed. The new base port is B.
   +++ top/kernel/conf.old/orv.conf
-  @@ -3,3 +3,3 @@
-  -ORV_LIM_PORT=7869
-  -ORV_KD_PORT=7870
-  -ORV_PEM_PORT=7871
   +ORV_LIM_PORT=B
   +ORV_KD_PORT=B+1
   +ORV_PEM_PORT=B+2
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  @@ -2,2 +2,2 @@
-  -    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">7879</Environment>
-  -    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">7880</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">B+10</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">B+11</Environment>
-  @@ -3 +3 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
   $ ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\none"; orv setbaseport $B
   Command failed.
   [255]
@@ -347,79 +270,37 @@ The bounds: 1025 and 65531 without sd profiles, 65529 with one (65530 refused); 
 ports are neither probed nor bounded. Fails loudly if these fixed ports are busy here.
 
   $ setup plain; orv_ports_free 1025 5 && orv_ports_free 65529 7 || echo "ports 1025-1029 or 65529-65535 busy"
-  $ orv setbaseport 1025 | grep -v '^@'
+  $ orv setbaseport 1025 | grep '^[A-Z]\|^+[^+]'
   Communication ports have been changed. The new base port is 1025.
-  +++ top/kernel/conf/orv.conf
-  -ORV_LIM_PORT=7869
-  -ORV_KD_PORT=7870
-  -ORV_PEM_PORT=7871
   +ORV_LIM_PORT=1025
   +ORV_KD_PORT=1026
   +ORV_PEM_PORT=1027
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  -    <Parameter name="OSC_PORT">7872</Parameter>
   +    <Parameter name="OSC_PORT">1028</Parameter>
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  -    <Parameter name="OSC_PORT">7872</Parameter>
   +    <Parameter name="OSC_PORT">1028</Parameter>
-  +++ top/oservice/osc/conf/services/mrss.xml
-  -    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">7879</Environment>
-  -    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">7880</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">1035</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">1036</Environment>
-  +++ top/oservice/osc/conf/services/rs.xml
-  -    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>
   +    <Environment name="REPOSITORY_SERVICE_PORT">1029</Environment>
-  $ orv setbaseport 65531 | grep -v '^@'
+  $ orv setbaseport 65531 | grep '^[A-Z]\|^+[^+]'
   Communication ports have been changed. The new base port is 65531.
-  +++ top/kernel/conf/orv.conf
-  -ORV_LIM_PORT=1025
-  -ORV_KD_PORT=1026
-  -ORV_PEM_PORT=1027
   +ORV_LIM_PORT=65531
   +ORV_KD_PORT=65532
   +ORV_PEM_PORT=65533
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  -    <Parameter name="OSC_PORT">1028</Parameter>
   +    <Parameter name="OSC_PORT">65534</Parameter>
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  -    <Parameter name="OSC_PORT">1028</Parameter>
   +    <Parameter name="OSC_PORT">65534</Parameter>
-  +++ top/oservice/osc/conf/services/mrss.xml
-  -    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">1035</Environment>
-  -    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">1036</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">65541</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">65542</Environment>
-  +++ top/oservice/osc/conf/services/rs.xml
-  -    <Environment name="REPOSITORY_SERVICE_PORT">1029</Environment>
   +    <Environment name="REPOSITORY_SERVICE_PORT">65535</Environment>
-  $ sd_profile "$S/SD.xml"; orv setbaseport 65530; orv setbaseport 65529 | grep -v '^@'
+  $ sd_profile "$S/SD.xml"; orv setbaseport 65530; orv setbaseport 65529 | grep '^[A-Z]\|^+[^+]'
   Invalid base port 65530. The base port must be larger than 1024 and less than 65532.
   Command failed.
   Communication ports have been changed. The new base port is 65529.
-  +++ top/kernel/conf/orv.conf
-  -ORV_LIM_PORT=65531
-  -ORV_KD_PORT=65532
-  -ORV_PEM_PORT=65533
   +ORV_LIM_PORT=65529
   +ORV_KD_PORT=65530
   +ORV_PEM_PORT=65531
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  -    <Parameter name="OSC_PORT">65534</Parameter>
   +    <Parameter name="OSC_PORT">65532</Parameter>
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  -    <Parameter name="OSC_PORT">65534</Parameter>
   +    <Parameter name="OSC_PORT">65532</Parameter>
-  +++ top/oservice/osc/conf/services/SD.xml
-  -    <Environment name="SD_SDK_PORT">7874</Environment>
-  -    <Environment name="SD_ADMIN_PORT">7875</Environment>
   +    <Environment name="SD_SDK_PORT">65534</Environment>
   +    <Environment name="SD_ADMIN_PORT">65535</Environment>
-  +++ top/oservice/osc/conf/services/mrss.xml
-  -    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">65541</Environment>
-  -    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">65542</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">65539</Environment>
   +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">65540</Environment>
-  +++ top/oservice/osc/conf/services/rs.xml
-  -    <Environment name="REPOSITORY_SERVICE_PORT">65535</Environment>
   +    <Environment name="REPOSITORY_SERVICE_PORT">65533</Environment>
