@@ -46,38 +46,6 @@ complete -F _orvconfig orvconfig
 EOF
 }
 
-@test "the first word completes to the subcommands, a dash to the options; --dry-run shifts nothing" {
-    complete_line orvconfig ""
-    expect_output <<'EOF'
-addresourceattr
-hovhdfsport
-join
-masterlist
-mghost
-setbaseport
-unsetmghost
-EOF
-    complete_line orvconfig m
-    expect_output <<'EOF'
-masterlist
-mghost
-EOF
-    complete_line orvconfig un
-    expect_output <<<unsetmghost
-    complete_line orvconfig -
-    expect_output <<'EOF'
---dry-run
--V
--h
-EOF
-    complete_line orvconfig --dry-run un
-    expect_output <<<unsetmghost
-    complete_line orvconfig --dry-run hovhdfsport s
-    expect_output <<<$'set\nshow'
-    complete_line orvconfig x
-    [ -z "$output" ]
-}
-
 @test "the subcommand words are exactly those that orvconfig -h lists" {
     [ -x "$ORVCONFIG" ] || skip "ORVCONFIG does not name a built binary"
     run "$ORVCONFIG" -h
@@ -89,97 +57,47 @@ EOF
     [ "$output" = "$listed" ]
 }
 
-@test "mghost offers its product keywords and directories, never plain files" {
-    complete_line orvconfig mghost ""
-    expect_output <<'EOF'
-kirn
-kirnish
-my dir
-share
-vos
-vosdata
-zt
-EOF
-    complete_line orvconfig mghost k
-    expect_output <<'EOF'
-kirn
-kirnish
-EOF
-    complete_line orvconfig mghost z
-    expect_output <<<zt
-    complete_line orvconfig mghost "$WORK/sh"
-    expect_output <<<"$WORK/share"
-    complete_line orvconfig mghost "$WORK/share/"
-    expect_output <<<"$WORK/share/kernel"
-}
-
-@test "hovhdfsport offers show and set, then nothing for the port" {
-    complete_line orvconfig hovhdfsport ""
-    expect_output <<'EOF'
-set
-show
-EOF
-    complete_line orvconfig hovhdfsport sh
-    expect_output <<<show
-    complete_line orvconfig hovhdfsport set ""
-    [ -z "$output" ]
-    complete_line orvconfig hovhdfsport show ""
-    [ -z "$output" ]
-}
-
-@test "-f is offered after the operand of masterlist, join and mghost, and after unsetmghost" {
-    complete_line orvconfig masterlist hostA,hostB ""
-    expect_output <<<-f
-    complete_line orvconfig join hostA -
-    expect_output <<<-f
-    complete_line orvconfig mghost /share ""
-    expect_output <<<-f
-    complete_line orvconfig unsetmghost ""
-    expect_output <<<-f
-}
-
-@test "-f is never offered where the command line would refuse it" {
-    # Subcommands without a trailing -f.
-    complete_line orvconfig setbaseport ""
-    [ -z "$output" ]
-    complete_line orvconfig setbaseport 7869 ""
-    [ -z "$output" ]
-    complete_line orvconfig addresourceattr "[resource scvg]" ""
-    [ -z "$output" ]
-    complete_line orvconfig hovhdfsport set 9000 ""
-    [ -z "$output" ]
-    # In place of the operand, and after the -f.
-    complete_line orvconfig unsetmghost -f ""
-    [ -z "$output" ]
-    complete_line orvconfig masterlist hostA -f ""
-    [ -z "$output" ]
-    complete_line orvconfig mghost /share -f ""
-    [ -z "$output" ]
-    complete_line orvconfig join -
-    [ -z "$output" ]
-}
-
-@test "join completes host names and masterlist the last name of its comma list" {
-    complete_line orvconfig join host
-    expect_output <<'EOF'
-hostA
-hostA.lab.local
-hostB
-hostB.lab.local
-hostC
-EOF
-    complete_line orvconfig masterlist hostA,hostB
-    expect_output <<'EOF'
-hostA,hostB
-hostA,hostB.lab.local
-EOF
-    complete_line orvconfig masterlist hostA,
-    expect_output <<'EOF'
-hostA,hostA
-hostA,hostA.lab.local
-hostA,hostB
-hostA,hostB.lab.local
-hostA,hostC
-hostA,localhost
-EOF
+# The table: the words after "orvconfig" (shell-quoted, the last one under the cursor)
+# and the words offered, joined by ";" (nothing: none offered).
+@test "what each position of the command line offers; --dry-run shifts nothing" {
+    local words expected got
+    while IFS='|' read -r words expected; do
+        eval "set -- $words"
+        complete_line orvconfig "$@"
+        got=$(paste -sd';' <<<"$output")
+        [ "$got" = "$(eval "echo \"$expected\"")" ] ||
+            { echo "[$words]: offered [$got], expected [$expected]" >&2; return 1; }
+    done <<'TABLE'
+''|addresourceattr;hovhdfsport;join;masterlist;mghost;setbaseport;unsetmghost
+m|masterlist;mghost
+un|unsetmghost
+-|--dry-run;-V;-h
+--dry-run un|unsetmghost
+--dry-run hovhdfsport s|set;show
+x|
+mghost ''|kirn;kirnish;my dir;share;vos;vosdata;zt
+mghost k|kirn;kirnish
+mghost z|zt
+mghost "$WORK/sh"|$WORK/share
+mghost "$WORK/share/"|$WORK/share/kernel
+hovhdfsport ''|set;show
+hovhdfsport sh|show
+hovhdfsport set ''|
+hovhdfsport show ''|
+masterlist hostA,hostB ''|-f
+join hostA -|-f
+mghost /share ''|-f
+unsetmghost ''|-f
+setbaseport ''|
+setbaseport 7869 ''|
+addresourceattr '[resource scvg]' ''|
+hovhdfsport set 9000 ''|
+unsetmghost -f ''|
+masterlist hostA -f ''|
+mghost /share -f ''|
+join -|
+join host|hostA;hostA.lab.local;hostB;hostB.lab.local;hostC
+masterlist hostA,hostB|hostA,hostB;hostA,hostB.lab.local
+masterlist hostA,|hostA,hostA;hostA,hostA.lab.local;hostA,hostB;hostA,hostB.lab.local;hostA,hostC;hostA,localhost
+TABLE
 }
