@@ -101,3 +101,18 @@ EOF
     [ "$status" -eq 255 ]
     [ "$PREVIEW" = "Dry run: nothing was changed." ]
 }
+
+@test "hovhdfsport set: the port in each HDFS profile, and a product promoted with the kernel" {
+    orv_setup_tree
+    local name
+    for name in namenode secondarynode datanode; do
+        printf '<Service name="%s">\n    <Environment name="HOV_HDFS_PORT">9000</Environment>\n</Service>\n' \
+            "$name" >"$TOP/oservice/osc/conf/services/$name.xml"
+    done
+    check_preview hovhdfsport set "$(orv_free_base 1)"
+    [ "$(grep -c '^+    <Environment name="HOV_HDFS_PORT">' <<<"$PREVIEW")" -eq 3 ]
+    rm -rf "$T"
+    mg_setup_master
+    mg_add_vos
+    check_preview mghost "$SHARE" -f
+}
