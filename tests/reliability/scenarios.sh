@@ -1,6 +1,6 @@
 # Representative edits of every kind, laid out on small fixture trees, and the check that
-# a tree holds no lost or half-written configuration file. Sourced by the fault-injection
-# scripts of this directory; it reuses the fixture writers of the end-to-end suites.
+# a tree holds no lost or half-written configuration file. Sourced by faults.sh, the
+# fault-injection driver; it reuses the fixture writers of the end-to-end suites.
 #
 # A scenario is set up by rel_scenario NAME into $T (fixed path, so absolute paths written
 # into the fixture stay valid when the pristine tree is copied back) and sets:
