@@ -119,10 +119,12 @@ std::vector<Worker> startWorkers(const std::vector<std::string>& names, std::siz
 // Reads every pipe to its end; the workers' writes never wait on one another.
 void collect(std::vector<Worker>& workers) {
     std::vector<Worker*> open;
+    open.reserve(workers.size());
     for (Worker& w : workers) open.push_back(&w);
     char buf[65536];
     while (!open.empty()) {
         std::vector<struct pollfd> fds;
+        fds.reserve(open.size());
         for (const Worker* w : open) fds.push_back({w->fd, POLLIN, 0});
         if (::poll(fds.data(), fds.size(), -1) < 0) {
             if (errno == EINTR) continue;
