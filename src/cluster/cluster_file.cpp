@@ -156,6 +156,32 @@ int promotedResources(const std::vector<std::string>& values, std::size_t index,
     return 0;
 }
 
+// The first words of the host lines that removeCluster compares with its host, read
+// beforehand (without a message: the rewrite reports a file it cannot read) so that
+// their lookups can be made side by side. Only a hint for the lookups: unlike the edit,
+// this reader also passes the lines the edit removes to the section tracking, which
+// differs only where a removed line reads as a section boundary.
+std::vector<std::string> wordsOfHostLines(const std::string& path) {
+    std::vector<std::string> words;
+    LineReader in;
+    if (!in.open(path)) {
+        return words;
+    }
+    HostSection section;
+    int lineCount = 0;
+    std::string line;
+    while (getNextLineD_(in, lineCount, 0, line)) {
+        if (section.inHostLines() && !line.empty() && line[0] != '#') {
+            std::string word = firstWord(line);
+            if (!word.empty()) {
+                words.push_back(std::move(word));
+            }
+        }
+        section.advance(line);
+    }
+    return words;
+}
+
 // Rewrites the cluster file; a file that cannot be read, or a ".tmp" that cannot be
 // made, is reported. A failed copy back is silent here (write failures are reported by
 // the rewrite itself).
@@ -282,6 +308,7 @@ int insertClusterShared(const std::string& dir, const std::string& host) {
     if (getHostLineFromCluster(*path, hosts, lines, header) == -1) {
         return -1;
     }
+    resolveAheadOfScan(host, hosts, true);
     for (std::size_t i = 0; i < hosts.size(); ++i) {
         if (compareHost(host, hosts[i]) != 1) {
             continue;
@@ -307,6 +334,7 @@ int removeCluster(const std::string& dir, const std::string& host) {
     if (!path) {
         return -1;
     }
+    resolveAheadOfScan(host, wordsOfHostLines(*path), false);
     HostSection section;
     LineEditor edit = [&](const std::string& line, std::string& out) {
         if (section.inHostLines() && !line.empty() && line[0] != '#') {

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "cluster/cluster_file.hpp"
@@ -80,8 +81,22 @@ int checkAllManagementHosts(const std::string& dir, const std::vector<std::strin
     if (getHostListFromCluster(dir, clusterHosts) == -1) {
         return -1;
     }
+    // A host line holding the name itself matches it whatever the resolver says; only a
+    // name that no line holds as text has the lines compared with it, their names looked
+    // up side by side beforehand.
+    const std::unordered_set<std::string> listed(clusterHosts.begin(), clusterHosts.end());
+    std::vector<std::string> toResolve;
     for (const std::string& name : names) {
-        if (!anyHostMatches(name, clusterHosts)) {
+        if (listed.count(name) == 0) {
+            toResolve.push_back(name);
+        }
+    }
+    if (!toResolve.empty()) {
+        toResolve.insert(toResolve.end(), clusterHosts.begin(), clusterHosts.end());
+        resolveAhead(toResolve);
+    }
+    for (const std::string& name : names) {
+        if (listed.count(name) == 0 && !anyHostMatches(name, clusterHosts)) {
             alertI18nWithParameter(kNotManagementHostMessage, name);
             return -1;
         }

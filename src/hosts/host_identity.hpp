@@ -1,11 +1,13 @@
 // Whether two names denote one host, and whether a string is a usable host name.
 // The resolver's answer for each name is remembered for the rest of the run, so a run
-// makes at most one lookup per distinct name.
+// makes at most one lookup per distinct name; a scan over many names may have them looked
+// up side by side first, with the same results.
 #pragma once
 
 #include <netdb.h>
 
 #include <string>
+#include <vector>
 
 namespace orv {
 
@@ -15,6 +17,17 @@ int equalHost_(const std::string& x, const std::string& y);
 int compareHost(const std::string& a, const std::string& b);
 int checkHostname(const std::string& s);   // 1 usable, -1 not
 int checkIPAddress(const std::string& s);  // 0 dotted IPv4 form, -1 not
+
+// Looks up, side by side when there are enough of them, the names not looked up yet;
+// later comparisons and checks use the remembered answers. A name that gets no answer
+// this way is looked up when it is first compared, as without this call.
+void resolveAhead(const std::vector<std::string>& names);
+
+// resolveAhead for a scan that compares `host` with each of `names` in turn: the names
+// that differ from `host` as text, and `host` itself. With stopsAtHost the scan ends at
+// the first name equal to `host` as text, so the names after it are left alone.
+void resolveAheadOfScan(const std::string& host, const std::vector<std::string>& names,
+                        bool stopsAtHost);
 
 // This host's name as gethostname reports it ("" on failure).
 std::string thisHostName();
