@@ -223,7 +223,12 @@ CommitResult writeBoth(const std::string& file, const TextPieces& content, bool 
         if (!keepTmpOnFileOpenFailure) ::unlink(tmp.c_str());
         return CommitResult::FileOpenFailed;
     }
-    lockForWrite(fd.get(), file);
+    try {
+        lockForWrite(fd.get(), file);
+    } catch (const LockFailure&) {
+        ::unlink(tmp.c_str());  // the file is untouched: its ".tmp" holds nothing needed
+        throw;
+    }
     if (!rewriteInPlace(fd, file, tmp, content, sync)) return CommitResult::FileWriteFailed;
     ::unlink(tmp.c_str());
     return CommitResult::Written;
