@@ -38,7 +38,6 @@ void useFileStore(FileStore& store);
 
 // --dry-run: from now on the run's effects go to an in-memory overlay of the disk.
 void beginDryRun();
-bool isDryRun();
 
 // Prints what the dry run would have done: a unified diff of every file it would change,
 // create or remove, a line per directory it would make, and a closing line.

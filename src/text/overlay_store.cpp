@@ -202,9 +202,9 @@ int OverlayStore::makeDirectory(const std::string& path, mode_t /*mode*/) {
 
 int OverlayStore::remove(const std::string& path) {
     const std::string key = keyOf(path);
-    struct stat st {};
-    const bool onDisk = written(key) == nullptr && ::lstat(key.c_str(), &st) == 0;
     const auto* content = written(key);
+    struct stat st {};
+    const bool onDisk = content == nullptr && ::lstat(key.c_str(), &st) == 0;
     if (!onDisk && (content == nullptr || !*content)) {
         errno = ENOENT;
         return -1;
@@ -259,10 +259,6 @@ void beginDryRun() {
     static OverlayStore store;
     overlay = &store;
     useFileStore(store);
-}
-
-bool isDryRun() {
-    return overlay != nullptr;
 }
 
 void printDryRunReport() {
