@@ -74,7 +74,7 @@ std::optional<int> prepareCopy(const std::string& source, const std::string& tar
 
 // Writes the copied content through the target's ".tmp" and maps the outcome to the
 // copy's result. A failed write has already been reported by the writer.
-int commitCopy(const std::string& target, const std::string& content) {
+int commitCopy(const std::string& target, std::string_view content) {
     switch (writeThroughTmp(target, content)) {
         case CommitResult::Written:
         case CommitResult::Unchanged:
@@ -88,19 +88,6 @@ int commitCopy(const std::string& target, const std::string& content) {
             break;
     }
     return -1;
-}
-
-// The text copy: every line through the raw reader, each ended by one newline, so that
-// tabs become blanks, trailing blanks go and the last line is always terminated.
-std::string normalisedText(LineReader& in) {
-    std::string out;
-    std::string line;
-    int lineCount = 0;
-    while (getNextLineD_(in, lineCount, 0, line)) {
-        out += line;
-        out += '\n';
-    }
-    return out;
 }
 
 int copyTree(const std::string& source, const std::string& target, int overwrite,
@@ -169,16 +156,18 @@ bool makeOneDir(const std::string& path) {
 
 int copyTextFile(const std::string& source, const std::string& target, int overwrite) {
     if (const auto early = prepareCopy(source, target, overwrite)) return *early;
-    LineReader in;
-    if (!in.open(source)) return -1;
-    return commitCopy(target, normalisedText(in));
+    // Every line through the raw reader, each ended by one newline, so that tabs become
+    // blanks, trailing blanks go and the last line is always terminated.
+    FileText content;
+    if (!readRegularFile(source, content)) return -1;
+    return commitCopy(target, normalisedLines(content.view()));
 }
 
 int copyAnyFile(const std::string& source, const std::string& target, int overwrite) {
     if (const auto early = prepareCopy(source, target, overwrite)) return *early;
-    std::string content;
+    FileText content;
     if (!readRegularFile(source, content)) return -1;
-    return commitCopy(target, content);
+    return commitCopy(target, content.view());
 }
 
 int copyDir(const std::string& source, const std::string& target, int overwrite) {

@@ -296,7 +296,7 @@ int chgKeyLines(const std::string& file, const std::vector<PortSetting>& setting
             out += *current;
             out.push_back('\n');
         };
-        const RewriteStatus status = rewriteLinesHolding(file, keys, edit);
+        const RewriteStatus status = rewriteLines(file, edit, {keys});
         if (status == RewriteStatus::Ok) {
             return 0;
         }

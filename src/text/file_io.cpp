@@ -1,6 +1,8 @@
 #include "text/file_io.hpp"
 
 #include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <new>
 #include <set>
@@ -147,9 +150,28 @@ bool writeAll(int fd, std::string_view data) {
     return true;
 }
 
+// Writes the pieces in order. Small pieces (the lines of an edit and the spans between
+// them) are gathered in one reused buffer first, so that an edit of many lines costs a few
+// large writes rather than one system call per piece.
 bool writeAll(int fd, const TextPieces& pieces) {
-    return std::all_of(pieces.begin(), pieces.end(),
-                       [fd](std::string_view piece) { return writeAll(fd, piece); });
+    constexpr std::size_t kStage = 1 << 20;
+    static std::string stage;
+    stage.clear();
+    stage.reserve(kStage);
+    for (const std::string_view piece : pieces) {
+        if (stage.size() + piece.size() <= kStage) {
+            stage += piece;
+            continue;
+        }
+        if (!writeAll(fd, std::string_view(stage))) return false;
+        stage.clear();
+        if (piece.size() >= kStage) {
+            if (!writeAll(fd, piece)) return false;
+        } else {
+            stage += piece;
+        }
+    }
+    return writeAll(fd, std::string_view(stage));
 }
 
 std::size_t sizeOf(const TextPieces& pieces) {
@@ -161,26 +183,28 @@ std::size_t sizeOf(const TextPieces& pieces) {
 bool samePieces(std::string_view text, const TextPieces& pieces) {
     if (sizeOf(pieces) != text.size()) return false;
     for (const std::string_view piece : pieces) {
-        if (text.substr(0, piece.size()) != piece) return false;
+        // Spans of the old text are the old text where they stand.
+        if (piece.data() != text.data() && text.substr(0, piece.size()) != piece) return false;
         text.remove_prefix(piece.size());
     }
     return true;
 }
 
-// Reads straight into the string, sized from fstat (one spare byte lets the end of a file
-// of unchanged size be seen without growing); files that grow meanwhile are read whole.
-bool readAll(int fd, std::string& out, std::size_t sizeHint) {
+// Reads straight into the text, sized from fstat (one spare byte lets the end of a file of
+// unchanged size be seen without growing); files that grow meanwhile are read whole.
+bool readAll(int fd, FileText& out, std::size_t sizeHint) {
     std::size_t used = 0;
-    out.resize(std::max<std::size_t>(sizeHint + 1, 4096));
+    out.clear();
+    char* data = out.reserve(std::max<std::size_t>(sizeHint + 1, 4096));
     for (;;) {
-        if (used == out.size()) out.resize(out.size() * 2);
-        const ssize_t n = ::read(fd, out.data() + used, out.size() - used);
+        if (used == out.capacity()) data = out.reserve(used * 2);
+        const ssize_t n = ::read(fd, data + used, out.capacity() - used);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) return false;
         if (n == 0) break;
         used += static_cast<std::size_t>(n);
+        out.resize(used);
     }
-    out.resize(used);
     return true;
 }
 
@@ -236,10 +260,36 @@ CommitResult writeBoth(const std::string& file, const TextPieces& content, bool 
 
 }  // namespace
 
+void FileText::Free::operator()(char* p) const {
+    std::free(p);
+}
+
+char* FileText::reserve(std::size_t capacity) {
+    constexpr std::size_t kHuge = std::size_t{2} << 20;
+    if (capacity <= capacity_) return data_.get();
+    // Large texts are aligned to huge pages, whole ones; small ones come from the heap.
+    const bool large = capacity >= 2 * kHuge;
+    const std::size_t size = large ? (capacity + kHuge - 1) / kHuge * kHuge : capacity;
+    void* p = large ? std::aligned_alloc(kHuge, size) : std::malloc(size);
+    if (p == nullptr) throw std::bad_alloc();
+    if (large) ::madvise(p, size, MADV_HUGEPAGE);
+    std::unique_ptr<char[], Free> grown(static_cast<char*>(p));
+    if (size_ > 0) std::memcpy(grown.get(), data_.get(), size_);
+    data_ = std::move(grown);
+    capacity_ = size;
+    return data_.get();
+}
+
+void FileText::assign(std::string_view text) {
+    clear();
+    if (!text.empty()) std::memcpy(reserve(text.size()), text.data(), text.size());
+    size_ = text.size();
+}
+
 // The disk: today's safe rewrite, with the locks of parallel runs.
 class DiskStore final : public FileStore {
   public:
-    bool read(const std::string& path, std::string& out) override;
+    bool read(const std::string& path, FileText& out) override;
     PathKind kind(const std::string& path) override;
     CommitResult commit(const std::string& file, std::string_view original,
                         const TextPieces& updated, bool keepTmpOnFileOpenFailure) override;
@@ -255,7 +305,7 @@ class DiskStore final : public FileStore {
     }
 };
 
-bool DiskStore::read(const std::string& path, std::string& out) {
+bool DiskStore::read(const std::string& path, FileText& out) {
     out.clear();
     UniqueFd fd(openRetrying(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd) return false;
@@ -269,8 +319,7 @@ bool DiskStore::read(const std::string& path, std::string& out) {
     } catch (const std::length_error&) {
         // So is a sparse file whose size is past what a string can hold at all.
     }
-    out.clear();
-    out.shrink_to_fit();
+    out = FileText();
     return false;
 }
 
@@ -321,7 +370,7 @@ void useFileStore(FileStore& store) {
     current = &store;
 }
 
-bool readRegularFile(const std::string& path, std::string& out) {
+bool readRegularFile(const std::string& path, FileText& out) {
     return fileStore().read(path, out);
 }
 

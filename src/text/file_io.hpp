@@ -5,16 +5,42 @@
 
 #include <sys/types.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace orv {
 
+// The text of a file as read. Unlike a std::string it is sized without being filled first,
+// and a large one is placed in huge pages: a large file then costs one pass of the
+// kernel's copy, not a zero-fill and thousands of page faults before it.
+class FileText {
+  public:
+    std::string_view view() const { return {data_.get(), size_}; }
+    std::size_t size() const { return size_; }
+    bool empty() const { return size_ == 0; }
+    void assign(std::string_view text);
+    void clear() { size_ = 0; }
+    // Room for at least `capacity` characters, keeping the text; its contents past size()
+    // are unset until written.
+    char* reserve(std::size_t capacity);
+    std::size_t capacity() const { return capacity_; }
+    void resize(std::size_t size) { size_ = size; }  // size <= capacity()
+
+  private:
+    struct Free {
+        void operator()(char* p) const;
+    };
+    std::unique_ptr<char[], Free> data_;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
+};
+
 // Reads a whole regular file, holding a shared lock on it while it reads, so that it never
 // sees another run's rewrite half done. False when it cannot be opened, is not a regular
 // file, or cannot be read; out is then empty.
-bool readRegularFile(const std::string& path, std::string& out);
+bool readRegularFile(const std::string& path, FileText& out);
 
 // Several runs may edit one file at once (a parallel shell promoting many hosts onto one
 // shared directory). Every read-modify-write holds an exclusive lock on the file from the

@@ -32,16 +32,16 @@ bool finishLine(std::string& line, bool endOfInput) {
 
 // Plain text: everything up to the next newline, whitespace folded to blanks.
 bool readRawLine(LineReader& in, int& lineCount, std::string& line) {
-    const std::string& data = in.data();
+    const std::string_view data = in.data();
     const std::size_t pos = in.position();
     if (pos >= data.size()) return finishLine(line, true);
     const std::size_t nl = data.find('\n', pos);
-    const std::size_t end = nl == std::string::npos ? data.size() : nl;
-    line.assign(data, pos, end - pos);
+    const std::size_t end = nl == std::string_view::npos ? data.size() : nl;
+    line.assign(data.substr(pos, end - pos));
     for (char& c : line) {  // branch-free so that it vectorises
         c = static_cast<unsigned char>(c - '\t') <= '\r' - '\t' ? ' ' : c;
     }
-    if (nl == std::string::npos) {
+    if (nl == std::string_view::npos) {
         in.seek(end);
         return finishLine(line, true);
     }
@@ -52,10 +52,10 @@ bool readRawLine(LineReader& in, int& lineCount, std::string& line) {
 
 // Drops a comment up to and including its newline; true when a newline ended it.
 bool skipComment(LineReader& in, int& lineCount) {
-    const std::string& data = in.data();
+    const std::string_view data = in.data();
     const std::size_t pos = in.position();
     const std::size_t nl = data.find('\n', pos);
-    if (nl == std::string::npos) {
+    if (nl == std::string_view::npos) {
         in.seek(data.size());
         return false;
     }
@@ -108,7 +108,7 @@ bool hasContent(const std::string& line) {
 
 bool LineReader::open(const std::string& path) {
     pos_ = 0;
-    return readRegularFile(path, data_);
+    return readRegularFile(path, text_);
 }
 
 bool getNextLineD_(LineReader& in, int& lineCount, int confFormat, std::string& line) {
@@ -122,6 +122,40 @@ bool getNextLineC_(LineReader& in, int& lineCount, int confFormat, std::string& 
         if (hasContent(line)) return true;
     }
     return false;
+}
+
+bool isNormalForm(std::string_view text) {
+    if (text.empty()) return true;
+    if (text.back() != '\n') return false;
+    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+    const std::size_t n = text.size();
+    // Branch-free, so that it vectorises: a tab, vertical tab, form feed or return, or a
+    // blank ending a line that is not only a blank.
+    const auto other = [p](std::size_t i) {
+        return static_cast<unsigned>(static_cast<unsigned char>(p[i] - '\t') <= '\r' - '\t') &
+               static_cast<unsigned>(p[i] != '\n');
+    };
+    unsigned found = other(0) | (n > 1 ? other(1) : 0U);
+    for (std::size_t i = 2; i < n; ++i) {
+        found |= other(i) | (static_cast<unsigned>(p[i] == '\n') &
+                             static_cast<unsigned>(p[i - 1] == ' ') &
+                             static_cast<unsigned>(p[i - 2] != '\n'));
+    }
+    return found == 0;
+}
+
+std::string normalisedLines(std::string_view text) {
+    if (isNormalForm(text)) return std::string(text);
+    LineReader in(text);
+    std::string out;
+    out.reserve(text.size() + 1);
+    int lineCount = 0;
+    std::string line;
+    while (getNextLineD_(in, lineCount, 0, line)) {
+        out += line;
+        out.push_back('\n');
+    }
+    return out;
 }
 
 std::optional<std::string> getNextWord_(std::string_view& cursor) {

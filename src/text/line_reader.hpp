@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "text/file_io.hpp"
+
 namespace orv {
 
 // Reads lines out of text held in memory. Files are read whole (readRegularFile) and
@@ -13,17 +15,19 @@ namespace orv {
 class LineReader {
   public:
     LineReader() = default;
-    explicit LineReader(std::string text) : data_(std::move(text)) {}
+    explicit LineReader(std::string_view text) { text_.assign(text); }
     // Opens a regular file; false (and an empty reader) when it cannot be read.
     bool open(const std::string& path);
-    const std::string& data() const { return data_; }
+    std::string_view data() const { return text_.view(); }
 
-    int get() { return pos_ < data_.size() ? static_cast<unsigned char>(data_[pos_++]) : -1; }
+    int get() {
+        return pos_ < text_.size() ? static_cast<unsigned char>(text_.view()[pos_++]) : -1;
+    }
     std::size_t position() const { return pos_; }
     void seek(std::size_t pos) { pos_ = pos; }
 
   private:
-    std::string data_;
+    FileText text_;
     std::size_t pos_ = 0;
 };
 
@@ -33,6 +37,15 @@ bool getNextLineD_(LineReader& in, int& lineCount, int confFormat, std::string& 
 
 // As getNextLineD_, but skips lines without a non-blank character.
 bool getNextLineC_(LineReader& in, int& lineCount, int confFormat, std::string& line);
+
+// True when the raw reader (getNextLineD_ without comment handling) gives the text back
+// unchanged: it ends in a newline, holds no whitespace but blanks and newlines, and no line
+// longer than one character ends in a blank. Edited files are nearly always in this form.
+bool isNormalForm(std::string_view text);
+
+// The text as the raw reader gives it back: every line with its whitespace folded to
+// blanks and its trailing blanks gone, ended by one newline.
+std::string normalisedLines(std::string_view text);
 
 // Next whitespace-delimited word (at most 4095 characters) from `cursor`, advancing it.
 std::optional<std::string> getNextWord_(std::string_view& cursor);

@@ -46,7 +46,7 @@ std::pair<std::string, std::string> splitPath(const std::string& path) {
 
 class OverlayStore final : public FileStore {
   public:
-    bool read(const std::string& path, std::string& out) override;
+    bool read(const std::string& path, FileText& out) override;
     PathKind kind(const std::string& path) override;
     CommitResult commit(const std::string& file, std::string_view original,
                         const TextPieces& updated, bool keepTmpOnFileOpenFailure) override;
@@ -129,9 +129,9 @@ bool OverlayStore::canOpenForWrite(const std::string& path, bool create) const {
     return S_ISREG(st.st_mode) && ::access(key.c_str(), W_OK) == 0;
 }
 
-bool OverlayStore::read(const std::string& path, std::string& out) {
+bool OverlayStore::read(const std::string& path, FileText& out) {
     if (const auto* content = written(keyOf(path))) {
-        out = content->value_or(std::string());
+        out.assign(content->value_or(std::string()));
         return content->has_value();
     }
     return diskStore().read(path, out);
@@ -172,8 +172,9 @@ NewFileResult OverlayStore::writeNewFile(const std::string& path, std::string_vi
 
 bool OverlayStore::append(const std::string& path, std::string_view text) {
     if (!canOpenForWrite(path, true)) return false;
-    std::string content;
-    if (kind(path) == PathKind::Regular && !read(path, content)) return false;
+    FileText before;
+    if (kind(path) == PathKind::Regular && !read(path, before)) return false;
+    std::string content(before.view());
     content += text;
     store(keyOf(path), std::move(content));
     return true;
@@ -232,18 +233,18 @@ void OverlayStore::report() const {
     for (const std::string& key : fileOrder_) {
         const std::optional<std::string>& after = files_.at(key);
         struct stat st {};
-        std::string before;
+        FileText before;
         const bool existed = ::lstat(key.c_str(), &st) == 0;
         if (existed && S_ISREG(st.st_mode)) diskStore().read(key, before);
         if (!existed && !after) continue;
-        if (existed && after && before == *after) continue;
+        if (existed && after && before.view() == *after) continue;
         if (!existed && after->empty()) {
             alertI18nWithParameter("Would create the empty file %s.", key);
             continue;
         }
         printText("--- " + (existed ? key : std::string("/dev/null")) + "\n");
         printText("+++ " + (after ? key : std::string("/dev/null")) + "\n");
-        printText(unifiedHunks(before, after.value_or(std::string())));
+        printText(unifiedHunks(before.view(), after.value_or(std::string())));
     }
     for (const std::string& dir : dirOrder_) {
         alertI18nWithParameter("Would make the directory %s.", dir);

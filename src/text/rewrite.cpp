@@ -16,42 +16,6 @@ namespace {
 
 constexpr const char* kCannotOpen = kCannotOpenFileMessage;
 
-// True when reading the text back line by line would give it unchanged: it ends in a
-// newline, holds no whitespace but blanks and newlines, and no line longer than one
-// character ends in a blank. Edited files are nearly always in this form already.
-// Two sweeps over the whole text, branch-free so that they vectorise.
-bool isNormalForm(std::string_view text) {
-    if (text.empty()) return true;
-    if (text.back() != '\n') return false;
-    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
-    const std::size_t n = text.size();
-    unsigned bad = 0;
-    for (std::size_t i = 0; i < n; ++i) {  // tab, vertical tab, form feed, return
-        bad |= static_cast<unsigned>(static_cast<unsigned char>(p[i] - '\t') <= '\r' - '\t') &
-               static_cast<unsigned>(p[i] != '\n');
-    }
-    for (std::size_t i = 2; i < n; ++i) {  // a blank ending a line that is not only a blank
-        bad |= static_cast<unsigned>(p[i] == '\n') & static_cast<unsigned>(p[i - 1] == ' ') &
-               static_cast<unsigned>(p[i - 2] != '\n');
-    }
-    return bad == 0;
-}
-
-// Every edited text is read back line by line before it is stored, as the file is copied
-// back from its ".tmp"; this folds whitespace in inserted values and ends the last line.
-void normalizeLines(std::string& text) {
-    if (isNormalForm(text)) return;
-    LineReader in(std::move(text));
-    text = std::string();
-    text.reserve(in.data().size() + 1);
-    int lineCount = 0;
-    std::string line;
-    while (getNextLineD_(in, lineCount, 0, line)) {
-        text += line;
-        text.push_back('\n');
-    }
-}
-
 RewriteStatus statusOf(CommitResult result) {
     switch (result) {
         case CommitResult::Written:
@@ -94,18 +58,6 @@ void appendLine(std::string& out, std::string_view line) {
     out.push_back('\n');
 }
 
-std::string reservedOutput(const std::string& text) {
-    std::string out;
-    out.reserve(text.size() + text.size() / 16 + 64);
-    return out;
-}
-
-void editEveryLine(LineReader& in, const LineEditor& edit, std::string& out) {
-    int lineCount = 0;
-    std::string line;
-    while (getNextLineD_(in, lineCount, 0, line)) edit(line, out);
-}
-
 // Start of the line holding position pos.
 std::size_t lineStartOf(std::string_view text, std::size_t pos) {
     const std::size_t nl = pos == 0 ? std::string_view::npos : text.rfind('\n', pos - 1);
@@ -114,6 +66,7 @@ std::size_t lineStartOf(std::string_view text, std::size_t pos) {
 
 // Position of the next occurrence of needle in text at or after from, or npos.
 std::size_t findFrom(std::string_view text, std::size_t from, std::string_view needle) {
+    if (from >= text.size()) return std::string_view::npos;
     const void* hit =
         ::memmem(text.data() + from, text.size() - from, needle.data(), needle.size());
     return hit == nullptr ? std::string_view::npos
@@ -141,9 +94,9 @@ std::string sharedPart(const std::vector<std::string_view>& needles) {
 }
 
 // Starts of the lines that hold `part` and one of the needles (each of which holds part).
-std::vector<std::size_t> linesHoldingShared(std::string_view text, std::string_view part,
-                                            const std::vector<std::string_view>& needles) {
-    std::vector<std::size_t> starts;
+void addLinesHoldingShared(std::string_view text, std::string_view part,
+                           const std::vector<std::string_view>& needles,
+                           std::vector<std::size_t>& starts) {
     for (std::size_t pos = findFrom(text, 0, part); pos != std::string_view::npos;) {
         const std::size_t start = lineStartOf(text, pos);
         const std::size_t end = text.find('\n', pos);
@@ -155,28 +108,34 @@ std::vector<std::size_t> linesHoldingShared(std::string_view text, std::string_v
         }
         pos = findFrom(text, end + 1, part);
     }
-    return starts;
 }
 
-// Starts of the lines that hold at least one of the needles, in order, each once. A
-// needle with a newline can never be part of a line and is not looked for. Needles that
-// share a long enough part (such as the "_PORT" of port keys) are found with one search.
-std::vector<std::size_t> linesHolding(std::string_view text,
-                                      const std::vector<std::string>& needles) {
+// Starts of the selected lines of a text in normal form, in order, each once. A needle
+// with a newline can never be part of a line and is not looked for. Needles that share a
+// long enough part (such as the "_PORT" of port keys) are found with one search.
+std::vector<std::size_t> selectedLines(std::string_view text, const LineSelection& lines) {
     constexpr std::size_t kShortestShared = 4;
     std::vector<std::string_view> searched;
-    for (const std::string& needle : needles) {
+    for (const std::string& needle : lines.needles) {
         if (needle.find('\n') == std::string::npos) searched.push_back(needle);
     }
-    if (searched.size() > 1) {
-        const std::string part = sharedPart(searched);
-        if (part.size() >= kShortestShared) return linesHoldingShared(text, part, searched);
-    }
     std::vector<std::size_t> starts;
-    for (const std::string_view needle : searched) {
-        for (std::size_t pos = findFrom(text, 0, needle); pos != std::string_view::npos;
-             pos = findFrom(text, text.find('\n', pos) + 1, needle)) {
-            starts.push_back(lineStartOf(text, pos));
+    const std::string part = searched.size() > 1 ? sharedPart(searched) : "";
+    if (part.size() >= kShortestShared) {
+        addLinesHoldingShared(text, part, searched, starts);
+    } else {
+        for (const std::string_view needle : searched) {
+            for (std::size_t pos = findFrom(text, 0, needle); pos != std::string_view::npos;
+                 pos = findFrom(text, text.find('\n', pos) + 1, needle)) {
+                starts.push_back(lineStartOf(text, pos));
+            }
+        }
+    }
+    if (lines.indented) {
+        if (!text.empty() && text[0] == ' ') starts.push_back(0);
+        for (std::size_t pos = findFrom(text, 0, "\n "); pos != std::string_view::npos;
+             pos = findFrom(text, pos + 1, "\n ")) {
+            starts.push_back(pos + 1);
         }
     }
     std::sort(starts.begin(), starts.end());
@@ -184,76 +143,121 @@ std::vector<std::size_t> linesHolding(std::string_view text,
     return starts;
 }
 
-// The pieces of a text in the reader's form with only the given lines handed to the
-// editor: the spans of the text between those lines and the editor's output for each
-// (kept in `edited`). False when an edited line came out in a form the read-back changes.
-bool editLinesAt(const std::string& text, const std::vector<std::size_t>& starts,
-                 const LineEditor& edit, std::vector<std::string>& edited, TextPieces& pieces) {
-    const std::string_view whole(text);
-    edited.assign(starts.size(), std::string());  // sized first: the views stay valid
-    bool normal = true;
-    std::size_t copied = 0;
-    std::string line;
-    for (std::size_t i = 0; i < starts.size(); ++i) {
-        const std::size_t end = text.find('\n', starts[i]);
-        pieces.push_back(whole.substr(copied, starts[i] - copied));
-        line.assign(text, starts[i], end - starts[i]);
-        edit(line, edited[i]);
-        normal = normal && isNormalForm(edited[i]);
-        pieces.push_back(edited[i]);
-        copied = end + 1;
-    }
-    pieces.push_back(whole.substr(copied));
-    return normal;
+bool selectsEveryLine(const LineSelection& lines) {
+    return lines.needles.empty() ||
+           std::any_of(lines.needles.begin(), lines.needles.end(),
+                       [](const std::string& n) { return n.empty(); });
 }
 
-std::string joined(const TextPieces& pieces, std::size_t sizeHint) {
+// The new text of an edit, as spans of the old text and the editor's text for the lines
+// it changed. Pieces are kept as places in either text until the end, since the edited
+// text still grows while they are collected.
+class EditedText {
+  public:
+    explicit EditedText(std::string_view text) : text_(text) {}
+
+    // The line at `start` was rewritten to `edited` (pending text of the editor).
+    void replaceLine(std::size_t start, std::size_t next, std::string_view edited) {
+        if (start > copied_) places_.push_back({false, copied_, start - copied_});
+        if (!edited.empty()) places_.push_back({true, edited_.size(), edited.size()});
+        edited_ += edited;
+        copied_ = next;
+    }
+
+    // The pieces of the whole new text, `tail` last. The lines the reader would give back
+    // otherwise (an inserted value with a tab, a last line without its newline) are read
+    // back: everything before the first such piece is in normal form already and stays.
+    TextPieces finish(std::string_view tail, std::string& normalisedTail) {
+        if (copied_ < text_.size()) places_.push_back({false, copied_, text_.size() - copied_});
+        if (!tail.empty()) places_.push_back({true, edited_.size(), tail.size()});
+        edited_ += tail;
+        TextPieces pieces;
+        pieces.reserve(places_.size() + 1);
+        std::size_t i = 0;
+        for (; i < places_.size(); ++i) {
+            const std::string_view piece = viewOf(places_[i]);
+            if (places_[i].edited && !isNormalForm(piece)) break;
+            pieces.push_back(piece);
+        }
+        if (i < places_.size()) {
+            std::string rest;
+            for (; i < places_.size(); ++i) rest += viewOf(places_[i]);
+            normalisedTail = normalisedLines(rest);
+            pieces.push_back(normalisedTail);
+        }
+        return pieces;
+    }
+
+  private:
+    struct Place {
+        bool edited;
+        std::size_t begin, size;
+    };
+    std::string_view viewOf(const Place& p) const {
+        return (p.edited ? std::string_view(edited_) : text_).substr(p.begin, p.size);
+    }
+    std::string_view text_;
+    std::string edited_;
+    std::vector<Place> places_;
+    std::size_t copied_ = 0;
+};
+
+// Hands the selected lines of a text in normal form to the editor, each followed by the
+// lines it asks for; a line that comes out unchanged stays part of the copied text.
+void editSelected(std::string_view text, const LineSelection& lines, const LineEditor& edit,
+                  EditedText& result) {
+    const bool every = selectsEveryLine(lines);
+    const std::vector<std::size_t> starts = every ? std::vector<std::size_t>() : selectedLines(text, lines);
+    std::size_t next = 0;  // the first line not handed over yet
+    std::size_t at = 0;    // into starts
+    std::string line;
     std::string out;
-    out.reserve(sizeHint + sizeHint / 16 + 64);
-    for (const std::string_view piece : pieces) out += piece;
-    return out;
+    bool follow = false;
+    for (;;) {
+        std::size_t start = next;
+        if (!every && !follow) {
+            while (at < starts.size() && starts[at] < next) ++at;
+            if (at == starts.size()) return;
+            start = starts[at++];
+        }
+        if (start >= text.size()) return;
+        const std::size_t end = text.find('\n', start);  // normal form: every line has one
+        line.assign(text.substr(start, end - start));
+        out.clear();
+        edit(line, out);
+        if (out.size() != line.size() + 1 || out.compare(0, line.size(), line) != 0 ||
+            out.back() != '\n') {
+            result.replaceLine(start, end + 1, out);
+        }
+        next = end + 1;
+        follow = lines.continues && lines.continues();
+    }
 }
 
 }  // namespace
 
 RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
+                           const LineSelection& lines,
                            const std::function<void(std::string& out)>& finish,
                            bool keepTmpOnFileOpenFailure) {
     const FileLock lock(file);
-    LineReader in;
-    if (!in.open(file)) return RewriteStatus::ReadFailed;
-    std::string out = reservedOutput(in.data());
-    editEveryLine(in, edit, out);
-    if (finish) finish(out);
-    normalizeLines(out);
-    return statusOf(commitRewrite(file, in.data(), out, keepTmpOnFileOpenFailure));
-}
-
-RewriteStatus rewriteLinesHolding(const std::string& file, const std::vector<std::string>& needles,
-                                  const LineEditor& edit) {
-    // Past this many pieces, joining them costs less than writing each on its own.
-    constexpr std::size_t kMaxPieces = 257;
-    const FileLock lock(file);
-    LineReader in;
-    if (!in.open(file)) return RewriteStatus::ReadFailed;
-    const std::string& text = in.data();
-    const bool emptyNeedle =
-        std::any_of(needles.begin(), needles.end(), [](const std::string& n) { return n.empty(); });
-    std::string out;
-    if (emptyNeedle || !isNormalForm(text)) {
-        out = reservedOutput(text);
-        editEveryLine(in, edit, out);
-    } else {
-        std::vector<std::string> edited;
-        TextPieces pieces;
-        const bool normal = editLinesAt(text, linesHolding(text, needles), edit, edited, pieces);
-        if (normal && pieces.size() <= kMaxPieces) {
-            return statusOf(commitRewrite(file, text, pieces));
-        }
-        out = joined(pieces, text.size());
+    FileText original;
+    if (!readRegularFile(file, original)) return RewriteStatus::ReadFailed;
+    // A text not in the reader's form is read back whole first, as every line of it would
+    // be; the rare file with tabs or trailing blanks costs one more copy.
+    std::string normalised;
+    std::string_view text = original.view();
+    if (!isNormalForm(text)) {
+        normalised = normalisedLines(text);
+        text = normalised;
     }
-    normalizeLines(out);
-    return statusOf(commitRewrite(file, text, out));
+    EditedText result(text);
+    editSelected(text, lines, edit, result);
+    std::string tail;
+    if (finish) finish(tail);
+    std::string normalisedTail;
+    const TextPieces pieces = result.finish(tail, normalisedTail);
+    return statusOf(commitRewrite(file, original.view(), pieces, keepTmpOnFileOpenFailure));
 }
 
 int replaceString(const std::string& file, const std::string& key, const std::string& value) {
@@ -264,7 +268,7 @@ int replaceString(const std::string& file, const std::string& key, const std::st
             appendLine(out, value);
         }
     };
-    return reportRewrite(file, rewriteLines(file, edit), TmpNaming::File);
+    return reportRewrite(file, rewriteLines(file, edit, {{key}}), TmpNaming::File);
 }
 
 int replaceString3(const std::string& file, const std::string& key, const std::string& value) {
@@ -281,7 +285,7 @@ int replaceString3(const std::string& file, const std::string& key, const std::s
     const auto finish = [&](std::string& out) {
         if (!matched) out += value;
     };
-    return reportRewrite(file, rewriteLines(file, edit, finish), TmpNaming::Tmp);
+    return reportRewrite(file, rewriteLines(file, edit, {{key}}, finish), TmpNaming::Tmp);
 }
 
 int replaceStringInFile(const std::string& file, const std::string& key, const std::string& value) {
@@ -297,7 +301,7 @@ int replaceStringInFile(const std::string& file, const std::string& key, const s
         replaceVariable(edited, key, value);
         appendLine(out, edited);
     };
-    return reportRewrite(file, rewriteLines(file, edit), TmpNaming::Tmp);
+    return reportRewrite(file, rewriteLines(file, edit, {{key}}), TmpNaming::Tmp);
 }
 
 int replaceStringWithoutComment(const std::string& file, const std::string& key,
@@ -308,7 +312,8 @@ int replaceStringWithoutComment(const std::string& file, const std::string& key,
         const bool comment = !rest.empty() && rest.front() == '#';
         appendLine(out, !comment && rest.find(key) != std::string_view::npos ? value : rest);
     };
-    return reportRewrite(file, rewriteLines(file, edit), TmpNaming::File);
+    // Leading blanks go from every line, so indented lines change too.
+    return reportRewrite(file, rewriteLines(file, edit, {{key}, true}), TmpNaming::File);
 }
 
 int changeService(const std::string& /*file*/, const std::string& /*key*/,

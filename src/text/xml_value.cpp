@@ -91,7 +91,9 @@ int replaceValueInXML(const std::string& file, const std::string& tag, const std
     const LineEditor edit = [&replacer](const std::string& line, std::string& out) {
         replacer(line, out);
     };
-    switch (rewriteLines(file, edit, nullptr, true)) {
+    // Only the lines holding the tag change, and those below one whose value runs on.
+    const LineSelection lines{{tag}, false, [&replacer] { return replacer.pending; }};
+    switch (rewriteLines(file, edit, lines, nullptr, true)) {
         case RewriteStatus::Ok:
             return 1;
         case RewriteStatus::WriteFailed:

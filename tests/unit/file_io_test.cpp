@@ -22,14 +22,14 @@ class TextFileIo : public test::TempDirTest {};
 
 TEST_F(TextFileIo, ReadsRegularFilesByteForByte) {
     const std::string bytes = "a\0b\t \r\n\xff"s + std::string(200000, 'x');
-    std::string out = "junk";
+    FileText out;
     ASSERT_TRUE(readRegularFile(write("bytes", bytes), out));
-    EXPECT_EQ(out, bytes);
+    EXPECT_EQ(out.view(), bytes);
     ASSERT_TRUE(readRegularFile(write("empty", ""), out));
-    EXPECT_EQ(out, "");
-    out = "junk";
+    EXPECT_EQ(out.view(), "");
+    out.assign("junk");
     EXPECT_FALSE(readRegularFile(path("missing"), out));
-    EXPECT_EQ(out, "");
+    EXPECT_EQ(out.view(), "");
     EXPECT_FALSE(readRegularFile(dir_, out));
     EXPECT_TRUE(isRegularFile(path("bytes")));
     EXPECT_FALSE(isRegularFile(dir_));
@@ -53,7 +53,8 @@ TEST_F(TextFileIo, AFileTooLargeToHoldCannotBeRead) {
         ::unlink(candidate.c_str());
     }
     if (huge.empty()) GTEST_SKIP() << "no file system here takes a file of the largest size";
-    std::string out = "junk";
+    FileText out;
+    out.assign("junk");
     bool read = true;
     try {
         read = readRegularFile(huge, out);
@@ -63,7 +64,7 @@ TEST_F(TextFileIo, AFileTooLargeToHoldCannotBeRead) {
     }
     ::unlink(huge.c_str());
     EXPECT_FALSE(read);
-    EXPECT_EQ(out, "");
+    EXPECT_EQ(out.view(), "");
 }
 
 TEST_F(TextFileIo, SpecialFilesAreRefusedWithoutWaiting) {
@@ -71,7 +72,7 @@ TEST_F(TextFileIo, SpecialFilesAreRefusedWithoutWaiting) {
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     const test::ChildRun run = test::runInChild("", [&] {
         ::alarm(5);
-        std::string out;
+        FileText out;
         if (readRegularFile(fifo, out) || readRegularFile("/dev/null", out)) return 1;
         return isRegularFile(fifo) ? 2 : 0;
     });

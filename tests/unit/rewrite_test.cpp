@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "fixture.hpp"
 
@@ -225,7 +226,7 @@ TEST_F(TextRewrite, GenericEditorKeepsStateAndAppendsAtTheEnd) {
     const auto finish = [&number](std::string& out) {
         out += "total " + std::to_string(number) + "\t ";
     };
-    EXPECT_EQ(rewriteLines(file, edit, finish), RewriteStatus::Ok);
+    EXPECT_EQ(rewriteLines(file, edit, {}, finish), RewriteStatus::Ok);
     EXPECT_EQ(read(file), "1:a\n2: b\n3:\n4:c\ntotal 4\n");
     EXPECT_EQ(rewriteLines(path("missing"), edit), RewriteStatus::ReadFailed);
     EXPECT_FALSE(exists(path("missing")));
@@ -242,7 +243,7 @@ TEST_F(TextRewrite, GenericEditorReportsWhichOpenFailed) {
     for (const bool keep : {false, true}) {
         const test::ChildRun run = test::runInChild("", [&] {
             if (!dropPrivileges()) return 99;
-            return static_cast<int>(rewriteLines(file, copy, nullptr, keep));
+            return static_cast<int>(rewriteLines(file, copy, {}, nullptr, keep));
         });
         EXPECT_EQ(run.result, static_cast<int>(RewriteStatus::FileOpenFailed));
         EXPECT_EQ(run.output, "");
@@ -279,9 +280,14 @@ class RewriteHolding : public test::TempDirTest {
         const std::string a = write("a.conf", content);
         const std::string b = write("b.conf", content);
         const LineEditor edit = replacing(keys, values);
-        EXPECT_EQ(rewriteLinesHolding(a, keys, edit), RewriteStatus::Ok);
+        EXPECT_EQ(rewriteLines(a, edit, {keys}), RewriteStatus::Ok);
         EXPECT_EQ(rewriteLines(b, edit), RewriteStatus::Ok);
+        // What a rewrite has always meant: every line read, edited, and the result read back.
+        LineReader in(content);
+        std::string line, edited;
+        for (int count = 0; getNextLineD_(in, count, 0, line);) edit(line, edited);
         const std::string result = read(a);
+        EXPECT_EQ(result, normalisedLines(edited)) << "content: " << testing::PrintToString(content);
         EXPECT_EQ(result, read(b)) << "content: " << testing::PrintToString(content);
         EXPECT_FALSE(exists(a + ".tmp"));
         return result;
@@ -344,14 +350,14 @@ TEST_F(RewriteHolding, UnchangedTextIsNotWrittenAndFailuresAreStatuses) {
     const std::string file = write("same.conf", "A=5\nB=2\n");
     ageFile(file);
     const struct stat before = statOf(file);
-    EXPECT_EQ(rewriteLinesHolding(file, {"A="}, replacing({"A="}, {"A=5"})), RewriteStatus::Ok);
+    EXPECT_EQ(rewriteLines(file, replacing({"A="}, {"A=5"}), {{"A="}}), RewriteStatus::Ok);
     EXPECT_EQ(statOf(file).st_mtim.tv_sec, before.st_mtim.tv_sec);
     EXPECT_EQ(statOf(file).st_mtim.tv_nsec, before.st_mtim.tv_nsec);
 
-    EXPECT_EQ(rewriteLinesHolding(path("missing"), {"A="}, replacing({"A="}, {"A=5"})),
+    EXPECT_EQ(rewriteLines(path("missing"), replacing({"A="}, {"A=5"}), {{"A="}}),
               RewriteStatus::ReadFailed);
     EXPECT_FALSE(exists(path("missing.tmp")));
-    EXPECT_EQ(rewriteLinesHolding(dir_, {"A="}, replacing({"A="}, {"A=5"})),
+    EXPECT_EQ(rewriteLines(dir_, replacing({"A="}, {"A=5"}), {{"A="}}),
               RewriteStatus::ReadFailed);
 }
 
