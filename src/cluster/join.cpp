@@ -187,15 +187,19 @@ int orvconfig_join(std::string mastername) {
 
 int replaceJoin(const std::string& dir, const std::string& master) {
     const std::string path = dir + "/orv.conf";
-    LineReader in;
-    if (!in.open(path)) {
+    const auto seenLine = scanFromTop(path, [](LineReader& in) {
+        int lineCount = 0;
+        std::string line;
+        while (getNextLineD_(in, lineCount, 0, line)) {
+            if (contains(line, kMasterListKey)) return true;
+        }
+        return false;
+    });
+    if (!seenLine) {
         alertI18nWithParameter(kCannotOpenFileMessage, path);
         return -1;
     }
-    bool seen = false;
-    int lineCount = 0;
-    std::string line;
-    while (!seen && getNextLineD_(in, lineCount, 0, line)) seen = contains(line, kMasterListKey);
+    const bool seen = *seenLine;
     const std::string keyLine = masterListLine(kMasterListKey, master);
     // A failure here has already been reported by the primitive and the join goes on,
     // except when orv.conf could not be written (disk full, I/O error): the rest of the

@@ -159,8 +159,9 @@ void mirrorIntoVosConf(const std::string& vosEnvDir, const std::string& newList,
 
 int replaceMasterList(const std::string& dir, const std::string& confPath,
                       const std::string& newList) {
+    // Only whether it can be read matters here; the rewrite reads it whole.
     LineReader existence;
-    if (!existence.open(confPath)) {
+    if (!existence.openHead(confPath, 1)) {
         alertI18nWithParameter(kCannotOpenFileMessage, confPath);
         return -1;
     }

@@ -67,19 +67,18 @@ void namesOfKeyLine(const std::string& line, std::vector<std::string>& list) {
 int getMasterListFromConf(const std::string& dir, std::vector<std::string>& list, int verbose) {
     list.clear();
     std::string path = dir + "/orv.conf";
-    LineReader reader;
-    if (!reader.open(path)) {
+    const auto line = scanFromTop(path, findMasterListLine);
+    if (!line) {
         alertI18nWithParameter(kCannotOpenFileMessage, path);
         return -1;
     }
-    std::optional<std::string> line = findMasterListLine(reader);
-    if (!line) {
+    if (!*line) {
         if (verbose == 1) {
             alertI18nWithTwoParameters(kMissingKeyMessage, kMasterListKey, path);
         }
         return -1;
     }
-    namesOfKeyLine(*line, list);
+    namesOfKeyLine(**line, list);
     return 1;
 }
 

@@ -54,21 +54,22 @@ enum class KeyLine { OpenFailed, Absent, Found };
 // The first line of orv.conf that mentions the key and does not start with '#'. Only the
 // very first character decides: an indented "#" line still counts, as it always has.
 KeyLine findKeyLine(const std::string& path, std::string& keyLine) {
-    LineReader in;
-    if (!in.open(path)) {
+    const auto found = scanFromTop(path, [](LineReader& in) -> std::optional<std::string> {
+        int lineCount = 0;
+        std::string line;
+        while (getNextLineD_(in, lineCount, 0, line)) {
+            if (!line.empty() && line[0] == '#') continue;
+            if (contains(line, kResourceKey)) return line;
+        }
+        return std::nullopt;
+    });
+    if (!found) {
         alertI18nWithParameter(kCannotOpenTheFileMessage, path);
         return KeyLine::OpenFailed;
     }
-    int lineCount = 0;
-    std::string line;
-    while (getNextLineD_(in, lineCount, 0, line)) {
-        if (!line.empty() && line[0] == '#') continue;
-        if (contains(line, kResourceKey)) {
-            keyLine = line;
-            return KeyLine::Found;
-        }
-    }
-    return KeyLine::Absent;
+    if (!*found) return KeyLine::Absent;
+    keyLine = **found;
+    return KeyLine::Found;
 }
 
 // Parses the value of a key line (everything after its first '='); a line without '='

@@ -191,13 +191,14 @@ bool samePieces(std::string_view text, const TextPieces& pieces) {
 }
 
 // Reads straight into the text, sized from fstat (one spare byte lets the end of a file of
-// unchanged size be seen without growing); files that grow meanwhile are read whole.
-bool readAll(int fd, FileText& out, std::size_t sizeHint) {
+// unchanged size be seen without growing); files that grow meanwhile are read whole. Stops
+// once `limit` characters are in.
+bool readAll(int fd, FileText& out, std::size_t sizeHint, std::size_t limit) {
     std::size_t used = 0;
     out.clear();
-    char* data = out.reserve(std::max<std::size_t>(sizeHint + 1, 4096));
-    for (;;) {
-        if (used == out.capacity()) data = out.reserve(used * 2);
+    char* data = out.reserve(std::min(std::max<std::size_t>(sizeHint + 1, 4096), limit));
+    while (used < limit) {
+        if (used == out.capacity()) data = out.reserve(std::min(used * 2, limit));
         const ssize_t n = ::read(fd, data + used, out.capacity() - used);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) return false;
@@ -289,7 +290,7 @@ void FileText::assign(std::string_view text) {
 // The disk: today's safe rewrite, with the locks of parallel runs.
 class DiskStore final : public FileStore {
   public:
-    bool read(const std::string& path, FileText& out) override;
+    bool read(const std::string& path, FileText& out, std::size_t limit) override;
     PathKind kind(const std::string& path) override;
     CommitResult commit(const std::string& file, std::string_view original,
                         const TextPieces& updated, bool keepTmpOnFileOpenFailure) override;
@@ -305,7 +306,7 @@ class DiskStore final : public FileStore {
     }
 };
 
-bool DiskStore::read(const std::string& path, FileText& out) {
+bool DiskStore::read(const std::string& path, FileText& out, std::size_t limit) {
     out.clear();
     UniqueFd fd(openRetrying(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!fd) return false;
@@ -313,7 +314,7 @@ bool DiskStore::read(const std::string& path, FileText& out) {
     if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
     if (!heldByThisRun(fd.get())) waitForLock(fd.get(), F_RDLCK, path);
     try {
-        if (readAll(fd.get(), out, static_cast<std::size_t>(st.st_size))) return true;
+        if (readAll(fd.get(), out, static_cast<std::size_t>(st.st_size), limit)) return true;
     } catch (const std::bad_alloc&) {
         // A file too large to hold is a file that cannot be read.
     } catch (const std::length_error&) {
@@ -370,8 +371,8 @@ void useFileStore(FileStore& store) {
     current = &store;
 }
 
-bool readRegularFile(const std::string& path, FileText& out) {
-    return fileStore().read(path, out);
+bool readRegularFile(const std::string& path, FileText& out, std::size_t limit) {
+    return fileStore().read(path, out, limit);
 }
 
 bool isRegularFile(const std::string& path) {

@@ -5,6 +5,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,10 +38,10 @@ class FileText {
     std::size_t capacity_ = 0;
 };
 
-// Reads a whole regular file, holding a shared lock on it while it reads, so that it never
-// sees another run's rewrite half done. False when it cannot be opened, is not a regular
-// file, or cannot be read; out is then empty.
-bool readRegularFile(const std::string& path, FileText& out);
+// Reads a whole regular file (or its first `limit` characters), holding a shared lock on it
+// while it reads, so that it never sees another run's rewrite half done. False when it
+// cannot be opened, is not a regular file, or cannot be read; out is then empty.
+bool readRegularFile(const std::string& path, FileText& out, std::size_t limit = SIZE_MAX);
 
 // Several runs may edit one file at once (a parallel shell promoting many hosts onto one
 // shared directory). Every read-modify-write holds an exclusive lock on the file from the

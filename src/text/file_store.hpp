@@ -17,7 +17,7 @@ namespace orv {
 class FileStore {
   public:
     virtual ~FileStore() = default;
-    virtual bool read(const std::string& path, FileText& out) = 0;
+    virtual bool read(const std::string& path, FileText& out, std::size_t limit) = 0;
     virtual PathKind kind(const std::string& path) = 0;
     virtual CommitResult commit(const std::string& file, std::string_view original,
                                 const TextPieces& updated, bool keepTmpOnFileOpenFailure) = 0;

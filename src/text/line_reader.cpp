@@ -108,7 +108,15 @@ bool hasContent(const std::string& line) {
 
 bool LineReader::open(const std::string& path) {
     pos_ = 0;
+    complete_ = true;
     return readRegularFile(path, text_);
+}
+
+bool LineReader::openHead(const std::string& path, std::size_t bytes) {
+    pos_ = 0;
+    const bool read = readRegularFile(path, text_, bytes);
+    complete_ = text_.size() < bytes;
+    return read;
 }
 
 bool getNextLineD_(LineReader& in, int& lineCount, int confFormat, std::string& line) {
@@ -224,21 +232,22 @@ int parseLine(std::string_view line, std::string& key, std::string& value) {
 
 std::optional<std::string> getConfByKey(const std::string& parameter_key,
                                         const std::string& confFile) {
-    LineReader in;
-    if (!in.open(confFile)) return std::nullopt;
-    int lineCount = 0;
-    bool skippedBadLine = false;
-    std::string line, key, value;
-    while (getNextLineC_(in, lineCount, 1, line)) {
-        // Only the first malformed line is passed over; later ones are still compared
-        // with whatever key the parser left behind, which existing files rely on.
-        if (parseLine(line, key, value) < 0 && !skippedBadLine) {
-            skippedBadLine = true;
-            continue;
+    const auto found = scanFromTop(confFile, [&](LineReader& in) -> std::optional<std::string> {
+        int lineCount = 0;
+        bool skippedBadLine = false;
+        std::string line, key, value;
+        while (getNextLineC_(in, lineCount, 1, line)) {
+            // Only the first malformed line is passed over; later ones are still compared
+            // with whatever key the parser left behind, which existing files rely on.
+            if (parseLine(line, key, value) < 0 && !skippedBadLine) {
+                skippedBadLine = true;
+                continue;
+            }
+            if (key == parameter_key) return value;
         }
-        if (key == parameter_key) return value;
-    }
-    return std::nullopt;
+        return std::nullopt;
+    });
+    return found ? *found : std::nullopt;
 }
 
 }  // namespace orv

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "text/file_io.hpp"
 
@@ -18,6 +19,10 @@ class LineReader {
     explicit LineReader(std::string_view text) { text_.assign(text); }
     // Opens a regular file; false (and an empty reader) when it cannot be read.
     bool open(const std::string& path);
+    // Opens only the first `bytes` characters of a regular file.
+    bool openHead(const std::string& path, std::size_t bytes);
+    // False when the reader holds only the head of a longer file.
+    bool complete() const { return complete_; }
     std::string_view data() const { return text_.view(); }
 
     int get() {
@@ -28,6 +33,7 @@ class LineReader {
 
   private:
     FileText text_;
+    bool complete_ = true;
     std::size_t pos_ = 0;
 };
 
@@ -57,6 +63,23 @@ std::optional<std::string> getNextValueQ_(std::string_view& cursor, char ch1, ch
 // 0 with key and value of a well-formed KEY=VALUE line, -1 otherwise. `key` receives the
 // first word even on some refusals (getConfByKey relies on that).
 int parseLine(std::string_view line, std::string& key, std::string& value);
+
+// For the scans that stop at the first line they look for, which in a large key file is
+// nearly always near the top: scan(LineReader&) runs over the file's head first, and over
+// the whole file only when it did not stop on a line the head holds complete. Its result
+// is wrapped in one more optional, empty when the file cannot be read.
+template <class Scan>
+auto scanFromTop(const std::string& path, Scan&& scan)
+    -> std::optional<decltype(scan(std::declval<LineReader&>()))> {
+    constexpr std::size_t kHead = 64 * 1024;
+    LineReader in;
+    if (!in.openHead(path, kHead)) return std::nullopt;
+    auto found = scan(in);
+    // Stopped before the end of the head: the line ended with a newline the head holds.
+    if (in.complete() || (found && in.position() < in.data().size())) return found;
+    if (!in.open(path)) return std::nullopt;
+    return scan(in);
+}
 
 // Value of the first line of confFile whose key equals parameter_key; nullopt otherwise.
 std::optional<std::string> getConfByKey(const std::string& parameter_key,

@@ -46,7 +46,7 @@ std::pair<std::string, std::string> splitPath(const std::string& path) {
 
 class OverlayStore final : public FileStore {
   public:
-    bool read(const std::string& path, FileText& out) override;
+    bool read(const std::string& path, FileText& out, std::size_t limit) override;
     PathKind kind(const std::string& path) override;
     CommitResult commit(const std::string& file, std::string_view original,
                         const TextPieces& updated, bool keepTmpOnFileOpenFailure) override;
@@ -129,12 +129,12 @@ bool OverlayStore::canOpenForWrite(const std::string& path, bool create) const {
     return S_ISREG(st.st_mode) && ::access(key.c_str(), W_OK) == 0;
 }
 
-bool OverlayStore::read(const std::string& path, FileText& out) {
+bool OverlayStore::read(const std::string& path, FileText& out, std::size_t limit) {
     if (const auto* content = written(keyOf(path))) {
-        out.assign(content->value_or(std::string()));
+        out.assign(std::string_view(content->value_or(std::string())).substr(0, limit));
         return content->has_value();
     }
-    return diskStore().read(path, out);
+    return diskStore().read(path, out, limit);
 }
 
 PathKind OverlayStore::kind(const std::string& path) {
@@ -173,7 +173,7 @@ NewFileResult OverlayStore::writeNewFile(const std::string& path, std::string_vi
 bool OverlayStore::append(const std::string& path, std::string_view text) {
     if (!canOpenForWrite(path, true)) return false;
     FileText before;
-    if (kind(path) == PathKind::Regular && !read(path, before)) return false;
+    if (kind(path) == PathKind::Regular && !read(path, before, SIZE_MAX)) return false;
     std::string content(before.view());
     content += text;
     store(keyOf(path), std::move(content));
@@ -235,7 +235,7 @@ void OverlayStore::report() const {
         struct stat st {};
         FileText before;
         const bool existed = ::lstat(key.c_str(), &st) == 0;
-        if (existed && S_ISREG(st.st_mode)) diskStore().read(key, before);
+        if (existed && S_ISREG(st.st_mode)) diskStore().read(key, before, SIZE_MAX);
         if (!existed && !after) continue;
         if (existed && after && before.view() == *after) continue;
         if (!existed && after->empty()) {
