@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -150,56 +152,69 @@ bool selectsEveryLine(const LineSelection& lines) {
 }
 
 // The new text of an edit, as spans of the old text and the editor's text for the lines
-// it changed. Pieces are kept as places in either text until the end, since the edited
-// text still grows while they are collected.
+// it changed. The edited text is kept in blocks that never move, so that the pieces can
+// point into it while it grows, and nothing is copied twice.
 class EditedText {
   public:
     explicit EditedText(std::string_view text) : text_(text) {}
 
-    // The line at `start` was rewritten to `edited` (pending text of the editor).
+    // Room for the pieces of an edit of this many lines.
+    void expect(std::size_t lines) { pieces_.reserve(2 * lines + 2); }
+
+    // The line from `start` up to `next` was rewritten to `edited`.
     void replaceLine(std::size_t start, std::size_t next, std::string_view edited) {
-        if (start > copied_) places_.push_back({false, copied_, start - copied_});
-        if (!edited.empty()) places_.push_back({true, edited_.size(), edited.size()});
-        edited_ += edited;
+        if (start > copied_) pieces_.push_back(text_.substr(copied_, start - copied_));
+        add(edited);
         copied_ = next;
     }
 
     // The pieces of the whole new text, `tail` last. The lines the reader would give back
     // otherwise (an inserted value with a tab, a last line without its newline) are read
     // back: everything before the first such piece is in normal form already and stays.
-    TextPieces finish(std::string_view tail, std::string& normalisedTail) {
-        if (copied_ < text_.size()) places_.push_back({false, copied_, text_.size() - copied_});
-        if (!tail.empty()) places_.push_back({true, edited_.size(), tail.size()});
-        edited_ += tail;
-        TextPieces pieces;
-        pieces.reserve(places_.size() + 1);
-        std::size_t i = 0;
-        for (; i < places_.size(); ++i) {
-            const std::string_view piece = viewOf(places_[i]);
-            if (places_[i].edited && !isNormalForm(piece)) break;
-            pieces.push_back(piece);
-        }
-        if (i < places_.size()) {
+    TextPieces finish(std::string_view tail) {
+        if (copied_ < text_.size()) pieces_.push_back(text_.substr(copied_));
+        add(tail);
+        const auto firstOdd = std::find_if(pieces_.begin(), pieces_.end(), [this](auto piece) {
+            return !isSpan(piece) && !isNormalForm(piece);
+        });
+        if (firstOdd != pieces_.end()) {
             std::string rest;
-            for (; i < places_.size(); ++i) rest += viewOf(places_[i]);
-            normalisedTail = normalisedLines(rest);
-            pieces.push_back(normalisedTail);
+            for (auto it = firstOdd; it != pieces_.end(); ++it) rest += *it;
+            normalisedTail_ = normalisedLines(rest);
+            pieces_.erase(firstOdd, pieces_.end());
+            pieces_.push_back(normalisedTail_);
         }
-        return pieces;
+        return std::move(pieces_);
     }
 
   private:
-    struct Place {
-        bool edited;
-        std::size_t begin, size;
-    };
-    std::string_view viewOf(const Place& p) const {
-        return (p.edited ? std::string_view(edited_) : text_).substr(p.begin, p.size);
+    static constexpr std::size_t kBlock = 64 * 1024;
+
+    bool isSpan(std::string_view piece) const {
+        const std::less<const char*> before;
+        return !before(piece.data(), text_.data()) &&
+               before(piece.data(), text_.data() + text_.size());
     }
+
+    void add(std::string_view edited) {
+        if (edited.empty()) return;
+        if (blocks_.empty() || used_ + edited.size() > kBlock) {
+            // Not zero-filled: every byte handed out is written first.
+            blocks_.emplace_back(new char[std::max(kBlock, edited.size())]);
+            used_ = 0;
+        }
+        char* at = blocks_.back().get() + used_;
+        std::memcpy(at, edited.data(), edited.size());
+        used_ += edited.size();
+        pieces_.emplace_back(at, edited.size());
+    }
+
     std::string_view text_;
-    std::string edited_;
-    std::vector<Place> places_;
+    TextPieces pieces_;
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    std::size_t used_ = 0;
     std::size_t copied_ = 0;
+    std::string normalisedTail_;
 };
 
 // Hands the selected lines of a text in normal form to the editor, each followed by the
@@ -207,7 +222,9 @@ class EditedText {
 void editSelected(std::string_view text, const LineSelection& lines, const LineEditor& edit,
                   EditedText& result) {
     const bool every = selectsEveryLine(lines);
-    const std::vector<std::size_t> starts = every ? std::vector<std::size_t>() : selectedLines(text, lines);
+    const std::vector<std::size_t> starts =
+        every ? std::vector<std::size_t>() : selectedLines(text, lines);
+    result.expect(starts.size());
     std::size_t next = 0;  // the first line not handed over yet
     std::size_t at = 0;    // into starts
     std::string line;
@@ -255,8 +272,7 @@ RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
     editSelected(text, lines, edit, result);
     std::string tail;
     if (finish) finish(tail);
-    std::string normalisedTail;
-    const TextPieces pieces = result.finish(tail, normalisedTail);
+    const TextPieces pieces = result.finish(tail);
     return statusOf(commitRewrite(file, original.view(), pieces, keepTmpOnFileOpenFailure));
 }
 
