@@ -130,12 +130,23 @@ std::vector<Edit> environmentEdits(const DemoteDirs& d) {
     return edits;
 }
 
+// Makes the edits in order, those of one file that follow each other in one rewrite, and
+// stops at the first that fails. An edit without a report (the master list) fails
+// nothing: its failure is reported by the rewrite and the edits after it go on.
 int applyEdits(const std::vector<Edit>& edits) {
-    for (const Edit& e : edits) {
-        if (replaceString(e.file, e.key, e.value) == -1) {
-            alertI18nWithTwoParameters("Set %s in %s failed.", e.reportKey, e.reportFile);
+    for (std::size_t i = 0; i < edits.size();) {
+        std::vector<std::pair<std::string, std::string>> same;
+        std::size_t end = i;
+        for (; end < edits.size() && edits[end].file == edits[i].file; ++end) {
+            same.emplace_back(edits[end].key, edits[end].value);
+        }
+        const std::size_t failed = i + replaceStrings(edits[i].file, same);
+        if (failed < end && edits[failed].reportKey != nullptr) {
+            alertI18nWithTwoParameters("Set %s in %s failed.", edits[failed].reportKey,
+                                       edits[failed].reportFile);
             return -1;
         }
+        i = failed < end ? failed + 1 : end;
     }
     return 1;
 }
@@ -162,9 +173,9 @@ int rewriteFiles(const DemoteDirs& d, const std::vector<std::string>& list,
         line = "ORV_MASTER_LIST=" + sharedListWithout(d, list, host);
         replaceString(d.shared + "/orv.conf", "ORV_MASTER_LIST", line);
     }
-    if (applyEdits(environmentEdits(d)) == -1) return -1;
-    replaceString(d.local + "/orv.conf", "ORV_MASTER_LIST", line);
-    return 1;
+    std::vector<Edit> edits = environmentEdits(d);
+    edits.push_back({d.local + "/orv.conf", "ORV_MASTER_LIST", line, nullptr, nullptr});
+    return applyEdits(edits);
 }
 
 // Steps up to the administrator check; false after the failing step's message.

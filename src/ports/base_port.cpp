@@ -58,13 +58,6 @@ bool isXmlKey(const std::string& key) {
     return false;
 }
 
-// A line of the reader's normal form (no whitespace but blanks, none trailing) reads back
-// as itself, so a later setting sees it exactly as a separate rewrite would.
-bool isPlainLine(const std::string& line) {
-    return line.find_first_of("\t\n\v\f\r") == std::string::npos &&
-           (line.size() < 2 || line.back() != ' ');
-}
-
 bool isDirectory(const std::string& path) {
     struct stat st {};
     return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
@@ -275,43 +268,18 @@ int chgPorts(const std::string& file, const std::string& key, const std::string&
 }
 
 int chgKeyLines(const std::string& file, const std::vector<PortSetting>& settings) {
-    std::vector<std::string> keys;
-    std::vector<std::string> lines;
-    for (const PortSetting& s : settings) {
-        keys.push_back(s.key);
-        lines.push_back(s.key + "=" + s.value);
-    }
+    std::vector<std::pair<std::string, std::string>> edits;
+    for (const PortSetting& s : settings) edits.emplace_back(s.key, s.key + "=" + s.value);
+    // The settings are made in one rewrite; after a failure the ones still to be made go
+    // on, each failed one reported on its own as it always has been.
     int result = 0;
-    std::size_t next = 0;
-    if (std::all_of(lines.begin(), lines.end(), isPlainLine)) {
-        // Each setting replaces whole lines that hold its key, so applying the settings in
-        // turn to every line leaves the text of one rewrite per setting, in one pass.
-        const auto edit = [&](const std::string& line, std::string& out) {
-            const std::string* current = &line;
-            for (std::size_t i = 0; i < settings.size(); ++i) {
-                if (current->find(settings[i].key) != std::string::npos) {
-                    current = &lines[i];
-                }
-            }
-            out += *current;
-            out.push_back('\n');
-        };
-        const RewriteStatus status = rewriteLines(file, edit, {keys});
-        if (status == RewriteStatus::Ok) {
-            return 0;
-        }
-        if (status == RewriteStatus::WriteFailed && !settings.empty()) {
-            // The failed write, already reported, stands for the first setting's edit.
-            alertI18nWithTwoParameters(kSetFailed, settings[0].key, settings[0].value);
+    for (std::size_t done = 0; done < edits.size();) {
+        done += replaceStrings(file, {edits.begin() + static_cast<std::ptrdiff_t>(done), edits.end()});
+        if (done < edits.size()) {
+            alertI18nWithTwoParameters(kSetFailed, settings[done].key, settings[done].value);
             result = -1;
-            next = 1;
+            ++done;
         }
-    }
-    // The settings still to be made (all of them when the pass could not start, which
-    // writes and prints nothing) are edited one by one, so that each reports its own
-    // failure exactly as it always has.
-    for (; next < settings.size(); ++next) {
-        result |= chgPorts(file, settings[next].key, settings[next].value);
     }
     return result;
 }

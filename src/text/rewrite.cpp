@@ -287,6 +287,42 @@ int replaceString(const std::string& file, const std::string& key, const std::st
     return reportRewrite(file, rewriteLines(file, edit, {{key}}), TmpNaming::File);
 }
 
+namespace {
+
+// A line of the reader's normal form (no whitespace but blanks, none trailing) reads back
+// as itself, so a later edit sees it exactly as a separate rewrite would.
+bool isPlainLine(const std::string& line) {
+    return line.find_first_of("\t\n\v\f\r") == std::string::npos &&
+           (line.size() < 2 || line.back() != ' ');
+}
+
+}  // namespace
+
+std::size_t replaceStrings(const std::string& file,
+                           const std::vector<std::pair<std::string, std::string>>& edits) {
+    const bool plain = std::all_of(edits.begin(), edits.end(),
+                                   [](const auto& e) { return isPlainLine(e.second); });
+    if (!plain || edits.size() < 2) {
+        for (std::size_t i = 0; i < edits.size(); ++i) {
+            if (replaceString(file, edits[i].first, edits[i].second) == -1) return i;
+        }
+        return edits.size();
+    }
+    LineSelection lines;
+    for (const auto& e : edits) lines.needles.push_back(e.first);
+    const auto edit = [&](const std::string& line, std::string& out) {
+        const std::string* current = &line;
+        for (const auto& [key, value] : edits) {
+            if (current->find(key) == std::string::npos) continue;
+            if (value.empty()) return;
+            current = &value;
+        }
+        appendLine(out, *current);
+    };
+    return reportRewrite(file, rewriteLines(file, edit, lines), TmpNaming::File) == 1 ? edits.size()
+                                                                                        : 0;
+}
+
 int replaceString3(const std::string& file, const std::string& key, const std::string& value) {
     bool matched = false;
     const auto edit = [&](const std::string& line, std::string& out) {

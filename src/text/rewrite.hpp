@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orv {
@@ -13,6 +14,14 @@ int replaceString3(const std::string& file, const std::string& key, const std::s
 int replaceStringInFile(const std::string& file, const std::string& key, const std::string& value);
 int replaceStringWithoutComment(const std::string& file, const std::string& key,
                                 const std::string& value);
+// replaceString of each (key, value) in turn. When every value is a line the reader gives
+// back as itself they are made in one rewrite of the file, with the same text: a line
+// holding a key becomes its value (or goes, for an empty value), which the keys after it
+// see in turn. Returns how many of the edits were made before the first that failed (that
+// one reported as replaceString reports it); a failed single rewrite is the first's.
+std::size_t replaceStrings(const std::string& file,
+                           const std::vector<std::pair<std::string, std::string>>& edits);
+
 // Service-account changes are not made by this system: always 0, nothing touched.
 int changeService(const std::string& file, const std::string& key, const std::string& value);
 
