@@ -96,20 +96,28 @@ std::string sharedPart(const std::vector<std::string_view>& needles) {
 }
 
 // Starts of the lines that hold `part` and one of the needles (each of which holds part).
-void addLinesHoldingShared(std::string_view text, std::string_view part,
+// False, with nothing added, when the part turns out to be too common to be worth it (a
+// prefix that every line of the file shares).
+bool addLinesHoldingShared(std::string_view text, std::string_view part,
                            const std::vector<std::string_view>& needles,
                            std::vector<std::size_t>& starts) {
+    const std::size_t mostHits = text.size() / 1024 + 64;
+    std::size_t hits = 0;
+    std::vector<std::size_t> found;
     for (std::size_t pos = findFrom(text, 0, part); pos != std::string_view::npos;) {
+        if (++hits > mostHits) return false;
         const std::size_t start = lineStartOf(text, pos);
         const std::size_t end = text.find('\n', pos);
         const std::string_view line = text.substr(start, end - start);
         if (std::any_of(needles.begin(), needles.end(), [line](std::string_view n) {
                 return line.find(n) != std::string_view::npos;
             })) {
-            starts.push_back(start);
+            found.push_back(start);
         }
         pos = findFrom(text, end + 1, part);
     }
+    starts.insert(starts.end(), found.begin(), found.end());
+    return true;
 }
 
 // Starts of the selected lines of a text in normal form, in order, each once. A needle
@@ -123,9 +131,7 @@ std::vector<std::size_t> selectedLines(std::string_view text, const LineSelectio
     }
     std::vector<std::size_t> starts;
     const std::string part = searched.size() > 1 ? sharedPart(searched) : "";
-    if (part.size() >= kShortestShared) {
-        addLinesHoldingShared(text, part, searched, starts);
-    } else {
+    if (part.size() < kShortestShared || !addLinesHoldingShared(text, part, searched, starts)) {
         for (const std::string_view needle : searched) {
             for (std::size_t pos = findFrom(text, 0, needle); pos != std::string_view::npos;
                  pos = findFrom(text, text.find('\n', pos) + 1, needle)) {
