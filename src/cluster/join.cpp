@@ -188,12 +188,8 @@ int orvconfig_join(std::string mastername) {
 int replaceJoin(const std::string& dir, const std::string& master) {
     const std::string path = dir + "/orv.conf";
     const auto seenLine = scanFromTop(path, [](LineReader& in) {
-        int lineCount = 0;
-        std::string line;
-        while (getNextLineD_(in, lineCount, 0, line)) {
-            if (contains(line, kMasterListKey)) return true;
-        }
-        return false;
+        return firstRawLineHolding(in, kMasterListKey, [](const std::string&) { return true; })
+            .has_value();
     });
     if (!seenLine) {
         alertI18nWithParameter(kCannotOpenFileMessage, path);

@@ -54,14 +54,9 @@ enum class KeyLine { OpenFailed, Absent, Found };
 // The first line of orv.conf that mentions the key and does not start with '#'. Only the
 // very first character decides: an indented "#" line still counts, as it always has.
 KeyLine findKeyLine(const std::string& path, std::string& keyLine) {
-    const auto found = scanFromTop(path, [](LineReader& in) -> std::optional<std::string> {
-        int lineCount = 0;
-        std::string line;
-        while (getNextLineD_(in, lineCount, 0, line)) {
-            if (!line.empty() && line[0] == '#') continue;
-            if (contains(line, kResourceKey)) return line;
-        }
-        return std::nullopt;
+    const auto found = scanFromTop(path, [](LineReader& in) {
+        return firstRawLineHolding(in, kResourceKey,
+                                   [](const std::string& line) { return line[0] != '#'; });
     });
     if (!found) {
         alertI18nWithParameter(kCannotOpenTheFileMessage, path);

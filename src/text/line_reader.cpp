@@ -152,6 +152,26 @@ bool isNormalForm(std::string_view text) {
     return found == 0;
 }
 
+std::optional<std::string> firstRawLineHolding(LineReader& in, std::string_view needle,
+                                               bool (*accept)(const std::string& line)) {
+    const std::string_view text = in.data();
+    const bool plain = needle.find_first_of(" \t\n\v\f\r") == std::string_view::npos;
+    int lineCount = 0;
+    std::string line;
+    for (;;) {
+        if (plain) {
+            const std::size_t hit = text.find(needle, in.position());
+            if (hit == std::string_view::npos) break;
+            const std::size_t nl = text.rfind('\n', hit);
+            in.seek(nl == std::string_view::npos || nl < in.position() ? in.position() : nl + 1);
+        }
+        if (!getNextLineD_(in, lineCount, 0, line)) break;
+        if (line.find(needle) != std::string::npos && accept(line)) return line;
+    }
+    in.seek(text.size());
+    return std::nullopt;
+}
+
 std::string normalisedLines(std::string_view text) {
     if (isNormalForm(text)) return std::string(text);
     LineReader in(text);

@@ -64,6 +64,13 @@ std::optional<std::string> getNextValueQ_(std::string_view& cursor, char ch1, ch
 // first word even on some refusals (getConfByKey relies on that).
 int parseLine(std::string_view line, std::string& key, std::string& value);
 
+// The first line, as the raw reader gives it (getNextLineD_ without comment handling), that
+// holds `needle` and that `accept` takes, read from the reader's position on; the reader is
+// left past it. Only the lines that hold the needle are read, which for a needle without
+// whitespace are the same lines, found with one search instead of a walk over every line.
+std::optional<std::string> firstRawLineHolding(LineReader& in, std::string_view needle,
+                                               bool (*accept)(const std::string& line));
+
 // For the scans that stop at the first line they look for, which in a large key file is
 // nearly always near the top: scan(LineReader&) runs over the file's head first, and over
 // the whole file only when it did not stop on a line the head holds complete. Its result
