@@ -195,6 +195,38 @@ TEST_F(TextConfLookup, OnlyTheFirstMalformedLineIsPassedOver) {
     EXPECT_EQ(getConfByKey("A", write("c4", "A = 1\nA=2\n")), "2");
 }
 
+// A large file is looked up in its first 64 KiB first; a line that the head cuts short,
+// or one that only starts below it, must come out as from the whole file.
+TEST_F(TextConfLookup, LinesAtTheEdgeOfTheHeadOfALargeFile) {
+    const auto filled = [](std::size_t upTo, const std::string& tail) {
+        std::string text;
+        while (text.size() + 10 < upTo) text += "# filler\n";
+        return text + std::string(upTo - text.size() - 1, '#') + "\n" + tail;
+    };
+    constexpr std::size_t kHead = 64 * 1024;
+    const std::string after = "\n" + std::string(100000, '#') + "\n";
+    EXPECT_EQ(getConfByKey("A", write("top", "A=1\n" + after)), "1");
+    EXPECT_EQ(getConfByKey("A", write("cut", filled(kHead - 4, "A=123456\n" + after))), "123456");
+    EXPECT_EQ(getConfByKey("A", write("nl", filled(kHead - 4, "A=1\nA=2\n" + after))), "1");
+    EXPECT_EQ(getConfByKey("A", write("cont", filled(kHead - 5, "A=\\\n2\nA=3" + after))), "3");
+    EXPECT_EQ(getConfByKey("A", write("below", filled(kHead + 10, "A=7\n"))), "7");
+    EXPECT_EQ(getConfByKey("A", write("none", filled(kHead + 10, "B=7\n"))), std::nullopt);
+}
+
+TEST(TextRawLines, FirstLineHoldingANeedle) {
+    const auto notComment = [](const std::string& line) { return line[0] != '#'; };
+    const std::string text = "# K=0\nx\tK=1  \n  K\nK=2\n";
+    LineReader in(text);
+    EXPECT_EQ(firstRawLineHolding(in, "K=", notComment), "x K=1");
+    EXPECT_EQ(in.position(), 14U);
+    EXPECT_EQ(firstRawLineHolding(in, "K=", notComment), "K=2");
+    EXPECT_EQ(firstRawLineHolding(in, "K=", notComment), std::nullopt);
+    EXPECT_EQ(in.position(), text.size());
+    // A needle with whitespace is looked for in the lines as read, tabs folded.
+    LineReader folded(text);
+    EXPECT_EQ(firstRawLineHolding(folded, "x K", notComment), "x K=1");
+}
+
 TEST_F(TextConfLookup, SpecialFilesAreNotRead) {
     const std::string fifo = path("fifo");
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
