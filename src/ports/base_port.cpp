@@ -157,6 +157,7 @@ class PortEditor {
             set(file, key, offset);
         }
     }
+    // Several keys of one file, in one rewrite of it where that gives the same text.
     void setKeyLines(const std::string& file,
                      std::initializer_list<std::pair<const char*, int>> keys) {
         std::vector<PortSetting> settings;
@@ -164,6 +165,12 @@ class PortEditor {
             settings.push_back({key, std::to_string(base_ + offset)});
         }
         result_ |= chgKeyLines(file, settings);
+    }
+    void setKeyLinesIfExists(const std::string& file,
+                             std::initializer_list<std::pair<const char*, int>> keys) {
+        if (pathExists(file)) {
+            setKeyLines(file, keys);
+        }
     }
 
   private:
@@ -187,13 +194,12 @@ void editServiceProfiles(PortEditor& ed, const PortSide& side) {
     ed.setIfExists(side.confDir + "/../../oservice/osc/conf/orvsc_conf.xml", "OSC_PORT", 3);
     ed.setIfExists(side.confDir + "/../oservice/osc/conf/orvsc_conf.xml", "OSC_PORT", 3);
     for (const char* name : {"/sd.xml", "/SD.xml"}) {
-        ed.setIfExists(services + name, "SD_SDK_PORT", 5);
-        ed.setIfExists(services + name, "SD_ADMIN_PORT", 6);
+        ed.setKeyLinesIfExists(services + name, {{"SD_SDK_PORT", 5}, {"SD_ADMIN_PORT", 6}});
     }
     ed.setIfExists(services + "/rs.xml", "REPOSITORY_SERVICE_PORT", 4);
     const std::string mrss = servicesDirOf(side.mrssConfDir) + "/mrss.xml";
-    ed.setIfExists(mrss, "HOV_MRSS_SHUFFLE_CLIENT_PORT", 10);
-    ed.setIfExists(mrss, "HOV_MRSS_SHUFFLE_DATA_WRITE_PORT", 11);
+    ed.setKeyLinesIfExists(
+        mrss, {{"HOV_MRSS_SHUFFLE_CLIENT_PORT", 10}, {"HOV_MRSS_SHUFFLE_DATA_WRITE_PORT", 11}});
 }
 
 int editPortSide(int base, const PortSide& side) {
@@ -268,13 +274,18 @@ int chgPorts(const std::string& file, const std::string& key, const std::string&
 }
 
 int chgKeyLines(const std::string& file, const std::vector<PortSetting>& settings) {
+    const bool xml = !settings.empty() && isXmlKey(settings[0].key);
     std::vector<std::pair<std::string, std::string>> edits;
-    for (const PortSetting& s : settings) edits.emplace_back(s.key, s.key + "=" + s.value);
+    for (const PortSetting& s : settings) {
+        edits.emplace_back(s.key, xml ? s.value : s.key + "=" + s.value);
+    }
     // The settings are made in one rewrite; after a failure the ones still to be made go
     // on, each failed one reported on its own as it always has been.
     int result = 0;
     for (std::size_t done = 0; done < edits.size();) {
-        done += replaceStrings(file, {edits.begin() + static_cast<std::ptrdiff_t>(done), edits.end()});
+        const std::vector<std::pair<std::string, std::string>> rest(
+            edits.begin() + static_cast<std::ptrdiff_t>(done), edits.end());
+        done += xml ? replaceValuesInXML(file, rest) : replaceStrings(file, rest);
         if (done < edits.size()) {
             alertI18nWithTwoParameters(kSetFailed, settings[done].key, settings[done].value);
             result = -1;

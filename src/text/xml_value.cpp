@@ -84,16 +84,9 @@ struct XmlReplacer {
     }
 };
 
-}  // namespace
-
-int replaceValueInXML(const std::string& file, const std::string& tag, const std::string& value) {
-    XmlReplacer replacer{tag, value};
-    const LineEditor edit = [&replacer](const std::string& line, std::string& out) {
-        replacer(line, out);
-    };
-    // Only the lines holding the tag change, and those below one whose value runs on.
-    const LineSelection lines{{tag}, false, [&replacer] { return replacer.pending; }};
-    switch (rewriteLines(file, edit, lines, nullptr, true)) {
+// The result of a rewrite of an XML profile, its failure reported.
+int reportXmlRewrite(const std::string& file, RewriteStatus status) {
+    switch (status) {
         case RewriteStatus::Ok:
             return 1;
         case RewriteStatus::WriteFailed:
@@ -105,6 +98,66 @@ int replaceValueInXML(const std::string& file, const std::string& tag, const std
     }
     alertI18nWithParameter(kCannotOpenFileMessage, file);
     return -1;
+}
+
+// Thrown out of a combined edit whose text would differ from that of the edits made one
+// after another; nothing has been written then.
+struct NotInOnePass {};
+
+// All the edits in one rewrite: each line passes through every replacer in turn, as it
+// would through one rewrite after another, as long as each replacer leaves one whole line
+// in the reader's form.
+int replaceAllInOnePass(const std::string& file,
+                        const std::vector<std::pair<std::string, std::string>>& edits) {
+    std::vector<XmlReplacer> replacers;
+    LineSelection lines;
+    for (const auto& [tag, value] : edits) {
+        replacers.push_back({tag, value});
+        lines.needles.push_back(tag);
+    }
+    std::string current;
+    std::string next;
+    const LineEditor edit = [&](const std::string& line, std::string& out) {
+        current = line;
+        for (XmlReplacer& replacer : replacers) {
+            next.clear();
+            replacer(current, next);
+            if (replacer.pending || next.find('\n') + 1 != next.size() || !isNormalForm(next)) {
+                throw NotInOnePass{};
+            }
+            current.assign(next, 0, next.size() - 1);
+        }
+        out += current;
+        out.push_back('\n');
+    };
+    return reportXmlRewrite(file, rewriteLines(file, edit, lines, nullptr, true));
+}
+
+}  // namespace
+
+int replaceValueInXML(const std::string& file, const std::string& tag, const std::string& value) {
+    XmlReplacer replacer{tag, value};
+    const LineEditor edit = [&replacer](const std::string& line, std::string& out) {
+        replacer(line, out);
+    };
+    // Only the lines holding the tag change, and those below one whose value runs on.
+    const LineSelection lines{{tag}, false, [&replacer] { return replacer.pending; }};
+    return reportXmlRewrite(file, rewriteLines(file, edit, lines, nullptr, true));
+}
+
+std::size_t replaceValuesInXML(const std::string& file,
+                               const std::vector<std::pair<std::string, std::string>>& edits) {
+    if (edits.size() > 1) {
+        try {
+            return replaceAllInOnePass(file, edits) == 1 ? edits.size() : 0;
+        } catch (const NotInOnePass&) {
+            // made one by one below
+        }
+    }
+    for (std::size_t i = 0; i < edits.size(); ++i) {
+        if (replaceValueInXML(file, edits[i].first, edits[i].second) == -1) return i;
+    }
+    return edits.size();
 }
 
 std::optional<std::string> getValueInXML(const std::string& file, const std::string& tag) {

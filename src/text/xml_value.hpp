@@ -4,10 +4,19 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace orv {
 
 int replaceValueInXML(const std::string& file, const std::string& tag, const std::string& value);
+
+// replaceValueInXML of each (tag, value) in turn, in one rewrite of the file where that
+// gives the same text: no value runs past its line and every edited line comes out as the
+// reader gives it back. Returns how many were made before the first that failed (reported
+// as replaceValueInXML reports it); a failed single rewrite is the first's.
+std::size_t replaceValuesInXML(const std::string& file,
+                               const std::vector<std::pair<std::string, std::string>>& edits);
 
 // Value text of the last matching line; "" when none; nullopt when the file cannot be opened.
 std::optional<std::string> getValueInXML(const std::string& file, const std::string& tag);
