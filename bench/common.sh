@@ -33,12 +33,9 @@ fresh() {
     unset ORV_CONFDIR_DIR ORV_LOCAL_CONFDIR_DIR ORV_TOP_DIR VOS_ENVDIR_DIR
 }
 
-# mean_of JSON: mean seconds of each command of a hyperfine JSON export, one per line.
-mean_of() {
-    python3 -c 'import json,sys; [print(r["mean"]) for r in json.load(open(sys.argv[1]))["results"]]' "$1"
-}
-
-# median_of JSON: median seconds of each command of a hyperfine JSON export, one per line.
-median_of() {
-    python3 -c 'import json,sys; [print(r["median"]) for r in json.load(open(sys.argv[1]))["results"]]' "$1"
+# stat_of NAME JSON: that statistic (mean, median, ...) in seconds of each command of a
+# hyperfine JSON export, one per line. Hyperfine writes one field per line; awk reads it
+# in a millisecond where the python3 of some machines takes a second to start.
+stat_of() {
+    awk -v key="\"$1\":" '$1 == key { printf "%.9g\n", $2 }' "$2"
 }
