@@ -27,7 +27,7 @@ the communication ports, the HDFS service port and the host's resource
 attribute tags. It only rewrites the configuration files on disk and never
 contacts a daemon.")
 # Depends is computed from the binary's shared libraries (needs dpkg-shlibdeps of
-# dpkg-dev, and file).
+# dpkg-dev, and file): libc alone for a Release build, which carries the C++ runtime.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "bash-completion")
 
