@@ -269,7 +269,7 @@ char* FileText::reserve(std::size_t capacity) {
     constexpr std::size_t kHuge = std::size_t{2} << 20;
     if (capacity <= capacity_) return data_.get();
     // Large texts are aligned to huge pages, whole ones; small ones come from the heap.
-    const bool large = capacity >= 2 * kHuge;
+    const bool large = capacity >= kHuge;
     const std::size_t size = large ? (capacity + kHuge - 1) / kHuge * kHuge : capacity;
     void* p = large ? std::aligned_alloc(kHuge, size) : std::malloc(size);
     if (p == nullptr) throw std::bad_alloc();

@@ -19,6 +19,7 @@ namespace orv {
 class FileText {
   public:
     std::string_view view() const { return {data_.get(), size_}; }
+    char* data() { return data_.get(); }
     std::size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }
     void assign(std::string_view text);

@@ -336,7 +336,7 @@ TEST_F(RewriteHolding, PinnedCases) {
     EXPECT_EQ(both("A=1\n\n \nA=1", {"A="}, {"A=5"}), "A=5\n\n \nA=5\n");
     // Many edited lines, and an edit on the last line.
     std::string many, expected;
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 600; ++i) {  // enough pieces to be joined before the writes
         // Appended piece by piece: g++ 12 at -O3 warns falsely (-Wrestrict) on "B" + string.
         const std::string n = std::to_string(i);
         many.append("B").append(n).append("\nA=").append(n).append("\n");
