@@ -265,19 +265,22 @@ void FileText::Free::operator()(char* p) const {
     std::free(p);
 }
 
-char* FileText::reserve(std::size_t capacity) {
+void* allocateLarge(std::size_t bytes) {
     constexpr std::size_t kHuge = std::size_t{2} << 20;
-    if (capacity <= capacity_) return data_.get();
-    // Large texts are aligned to huge pages, whole ones; small ones come from the heap.
-    const bool large = capacity >= kHuge;
-    const std::size_t size = large ? (capacity + kHuge - 1) / kHuge * kHuge : capacity;
+    const bool large = bytes >= kHuge;
+    const std::size_t size = large ? (bytes + kHuge - 1) / kHuge * kHuge : std::max<std::size_t>(bytes, 1);
     void* p = large ? std::aligned_alloc(kHuge, size) : std::malloc(size);
     if (p == nullptr) throw std::bad_alloc();
     if (large) ::madvise(p, size, MADV_HUGEPAGE);
-    std::unique_ptr<char[], Free> grown(static_cast<char*>(p));
+    return p;
+}
+
+char* FileText::reserve(std::size_t capacity) {
+    if (capacity <= capacity_) return data_.get();
+    std::unique_ptr<char[], Free> grown(static_cast<char*>(allocateLarge(capacity)));
     if (size_ > 0) std::memcpy(grown.get(), data_.get(), size_);
     data_ = std::move(grown);
-    capacity_ = size;
+    capacity_ = capacity;
     return data_.get();
 }
 

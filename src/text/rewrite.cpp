@@ -60,6 +60,9 @@ void appendLine(std::string& out, std::string_view line) {
     out.push_back('\n');
 }
 
+// Where lines start in a text; large on a large file with many lines selected.
+using LineStarts = std::vector<std::size_t, LargeAllocator<std::size_t>>;
+
 // Start of the line holding position pos.
 std::size_t lineStartOf(std::string_view text, std::size_t pos) {
     const std::size_t nl = pos == 0 ? std::string_view::npos : text.rfind('\n', pos - 1);
@@ -99,11 +102,10 @@ std::string sharedPart(const std::vector<std::string_view>& needles) {
 // False, with nothing added, when the part turns out to be too common to be worth it (a
 // prefix that every line of the file shares).
 bool addLinesHoldingShared(std::string_view text, std::string_view part,
-                           const std::vector<std::string_view>& needles,
-                           std::vector<std::size_t>& starts) {
+                           const std::vector<std::string_view>& needles, LineStarts& starts) {
     const std::size_t mostHits = text.size() / 1024 + 64;
     std::size_t hits = 0;
-    std::vector<std::size_t> found;
+    LineStarts found;
     for (std::size_t pos = findFrom(text, 0, part); pos != std::string_view::npos;) {
         if (++hits > mostHits) return false;
         const std::size_t start = lineStartOf(text, pos);
@@ -123,13 +125,13 @@ bool addLinesHoldingShared(std::string_view text, std::string_view part,
 // Starts of the selected lines of a text in normal form, in order, each once. A needle
 // with a newline can never be part of a line and is not looked for. Needles that share a
 // long enough part (such as the "_PORT" of port keys) are found with one search.
-std::vector<std::size_t> selectedLines(std::string_view text, const LineSelection& lines) {
+LineStarts selectedLines(std::string_view text, const LineSelection& lines) {
     constexpr std::size_t kShortestShared = 4;
     std::vector<std::string_view> searched;
     for (const std::string& needle : lines.needles) {
         if (needle.find('\n') == std::string::npos) searched.push_back(needle);
     }
-    std::vector<std::size_t> starts;
+    LineStarts starts;
     const std::string part = searched.size() > 1 ? sharedPart(searched) : "";
     if (part.size() < kShortestShared || !addLinesHoldingShared(text, part, searched, starts)) {
         for (const std::string_view needle : searched) {
@@ -227,8 +229,7 @@ class EditedText {
 void editSelected(std::string_view text, const LineSelection& lines, const LineEditor& edit,
                   EditedText& result) {
     const bool every = selectsEveryLine(lines);
-    const std::vector<std::size_t> starts =
-        every ? std::vector<std::size_t>() : selectedLines(text, lines);
+    const LineStarts starts = every ? LineStarts() : selectedLines(text, lines);
     result.expect(starts.size());
     std::size_t next = 0;  // the first line not handed over yet
     std::size_t at = 0;    // into starts
