@@ -276,6 +276,7 @@ int chgPorts(const std::string& file, const std::string& key, const std::string&
 int chgKeyLines(const std::string& file, const std::vector<PortSetting>& settings) {
     const bool xml = !settings.empty() && isXmlKey(settings[0].key);
     std::vector<std::pair<std::string, std::string>> edits;
+    edits.reserve(settings.size());
     for (const PortSetting& s : settings) {
         edits.emplace_back(s.key, xml ? s.value : s.key + "=" + s.value);
     }

@@ -78,7 +78,7 @@ std::optional<std::string> firstRawLineHolding(LineReader& in, std::string_view 
 template <class Scan>
 auto scanFromTop(const std::string& path, Scan&& scan)
     -> std::optional<decltype(scan(std::declval<LineReader&>()))> {
-    constexpr std::size_t kHead = 64 * 1024;
+    constexpr std::size_t kHead = std::size_t{64} << 10;
     LineReader in;
     if (!in.openHead(path, kHead)) return std::nullopt;
     auto found = scan(in);
