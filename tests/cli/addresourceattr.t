@@ -1,7 +1,7 @@
 addresourceattr on a compute host (its master list names another host).
 
   $ . "$TESTDIR/helpers.bash"
-  $ ra_fixture() { fixture && sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB"/' "$CONF/orv.conf"; }
+  $ ra_fixture() { fixture && sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB"/' "$CONF/orv.conf" && { [ -z "$1" ] || echo "$1" >>"$CONF/orv.conf"; }; }
   $ ra_fixture; orv addresourceattr '[resource scvg]'
   Add resource tag successfully.
   +++ top/kernel/conf/orv.conf
@@ -12,8 +12,7 @@ addresourceattr on a compute host (its master list names another host).
 New tags follow the existing ones, a known one is not repeated, the comment stays; a tag
 given twice is written twice; an unknown keyword already there is kept.
 
-  $ ra_fixture; echo 'ORV_LOCAL_RESOURCES="[resource a]"	# rack 4' >>"$CONF/orv.conf"
-  $ orv addresourceattr '[resource a] [resourcemap 2*b]'
+  $ ra_fixture 'ORV_LOCAL_RESOURCES="[resource a]"	# rack 4'; orv addresourceattr '[resource a] [resourcemap 2*b]'
   Add resource tag successfully.
   +++ top/kernel/conf/orv.conf
   @@ -8 +8 @@
@@ -21,14 +20,13 @@ given twice is written twice; an unknown keyword already there is kept.
   +ORV_LOCAL_RESOURCES="[resource a] [resourcemap 2*b]" # rack 4
   $ orv addresourceattr '[resource a]'
   Add resource tag successfully.
-  $ ra_fixture; echo 'ORV_LOCAL_RESOURCES=' >>"$CONF/orv.conf"
-  $ orv addresourceattr '"[resource gpu] [resourcemap 4*mem] [resource gpu]"'
+  $ ra_fixture 'ORV_LOCAL_RESOURCES='; orv addresourceattr '"[resource gpu] [resourcemap 4*mem] [resource gpu]"'
   Add resource tag successfully.
   +++ top/kernel/conf/orv.conf
   @@ -8 +8 @@
   -ORV_LOCAL_RESOURCES=
   +ORV_LOCAL_RESOURCES="[resource gpu] [resourcemap 4*mem] [resource gpu]"
-  $ ra_fixture; echo 'ORV_LOCAL_RESOURCES="[tag x]"' >>"$CONF/orv.conf"; orv addresourceattr '[resource y]'
+  $ ra_fixture 'ORV_LOCAL_RESOURCES="[tag x]"'; orv addresourceattr '[resource y]'
   Add resource tag successfully.
   +++ top/kernel/conf/orv.conf
   @@ -8 +8 @@
@@ -37,7 +35,7 @@ given twice is written twice; an unknown keyword already there is kept.
 
 Texts outside the tag grammar print the usage; an existing value that does not parse fails.
 
-  $ for a in '[resource a b]' '[resource]' 'resource a]' '[tag a]' '' '[resource a]]' '[Resource a]' 'resource a' '[resource	a]'; do orv_run addresourceattr "$a"; s=$?; echo "'$a': $(tr '\n' '|' <orv.out) [$s]"; cat orv.diff; done
+  $ for a in '[resource a b]' '[resource]' 'resource a]' '[tag a]' '' '[resource a]]' '[Resource a]' '[resource	a]'; do orv_run addresourceattr "$a"; s=$?; echo "'$a': $(tr '\n' '|' <orv.out) [$s]"; cat orv.diff; done
   '[resource a b]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
   '[resource]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
   'resource a]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
@@ -45,18 +43,16 @@ Texts outside the tag grammar print the usage; an existing value that does not p
   '': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
   '[resource a]]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
   '[Resource a]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
-  'resource a': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
   '[resource\ta]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255] (esc)
-  $ orv addresourceattr '[resource a]' extra
-  
-  Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."
-  [255]
   $ echo 'ORV_LOCAL_RESOURCES="[resource x y]"' >>"$CONF/orv.conf"; orv addresourceattr '[resource y]'
   Add resource tag successfully.
   +++ top/kernel/conf/orv.conf
   @@ -9 +9 @@
   -ORV_LOCAL_RESOURCES="[resource x y]"
   +ORV_LOCAL_RESOURCES="[tag x] [resource y]"
+  $ ra_fixture 'ORV_LOCAL_RESOURCES="[resource x y]"'; orv addresourceattr '[resource y]'
+  Command failed.
+  [255]
 
 Not a compute host: another local directory (a link to the same one is not), a master
 candidate. An empty master list is reported but does not stop the tag.
@@ -76,8 +72,7 @@ candidate. An empty master list is reported but does not stop the tag.
   @@ -7,0 +8,2 @@
   +
   +ORV_LOCAL_RESOURCES="[resource scvg]"
-  $ ra_fixture; sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB hostA.lab.local"/' "$CONF/orv.conf"
-  $ orv addresourceattr '[resource scvg]'
+  $ ra_fixture; sed -i 's/"hostB"/"hostB hostA.lab.local"/' "$CONF/orv.conf"; orv addresourceattr '[resource scvg]'
   This command cannot be executed on a master or master candidate host. This host appears to be a master or master candidate host because it is specified in parameter ORV_MASTER_LIST in $ORV_CONFDIR/orv.conf. 
   ORV_CONFDIR:
       $T/top/kernel/conf
@@ -91,11 +86,20 @@ candidate. An empty master list is reported but does not stop the tag.
   +
   +ORV_LOCAL_RESOURCES="[resource a]"
 
-Not an administrator; a directory in place of orv.conf.
+The environment, the administrator, a directory in place of orv.conf.
 
-  $ ra_fixture; sed -i 's/^Administrators = .*/Administrators = admin1 admin2/' "$CONF/orv.cluster.cluster1"
-  $ orv addresourceattr '[resource scvg]'
+  $ ra_fixture; ORV_UNSET=ORV_CONFDIR orv addresourceattr '[resource scvg]'; ORV_UNSET=ORV_LOCAL_CONFDIR orv addresourceattr '[resource scvg]'
+  The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig.
+  Command failed.
+  The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig.
+  Command failed.
+  [255]
+  $ sed -i 's/^Administrators = .*/Administrators = admin1 admin2/' "$CONF/orv.cluster.cluster1"; orv addresourceattr '[resource scvg]'
   You must be cluster administrator [admin1 admin2] to use orvconfig.
+  Command failed.
+  [255]
+  $ printf 'Begin Cluster\nClusterName\nEnd Cluster\n' >"$CONF/orv.shared"; orv addresourceattr '[resource scvg]'
+  Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt.
   Command failed.
   [255]
   $ ra_fixture; rm "$CONF/orv.conf"; mkdir "$CONF/orv.conf"; orv addresourceattr '[resource scvg]'

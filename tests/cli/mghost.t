@@ -2,7 +2,6 @@ mghost: the master (hostA) promoted onto the shared top, then a candidate; the p
 vos, kirn and zt; the confirmations; refusals that change nothing.
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
-  $ names() { sed '/^[-+@]/{/^+++ /!d}'; }
   $ fixture master; orv mghost "$SHARE" -f | tee promoted
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
   +++ share/kernel/conf/ResourceGroups.xml
@@ -68,35 +67,12 @@ vos, kirn and zt; the confirmations; refusals that change nothing.
   +ORV_OSRVDIR=$T/share/oservice
   $ fixture master; orv mghost "$SHARE///" -f | cmp - promoted && echo same
   same
-  $ fixture master; mg_add_vos; ANSWERS="y yes" orv mghost "$SHARE" | names
+
+Installed products are promoted with the kernel, the analytics add-on is not; the two
+questions take y or yes, an exhausted input answers n.
+
+  $ fixture master; mg_add_vos; mg_add_kirn; mg_add_zt; ANSWERS="y yes" orv mghost "$SHARE" | names
   This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
-  +++ share/kernel/conf/ResourceGroups.xml
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ share/kernel/conf/orv.shared
-  +++ share/kernel/conf/services/profiles/default.conf
-  +++ share/kernel/conf/services/rs.xml
-  +++ share/vos/conf/vos.conf
-  +++ top/kernel/conf/cshrc.orv
-  +++ top/kernel/conf/orv.conf
-  +++ top/kernel/conf/profile.orv
-  +++ top/vos/conf/cshrc.vos
-  +++ top/vos/conf/profile.vos
-  $ fixture master; ANSWERS="Y y n" orv mghost "$SHARE" | names
-  This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]No changes. This host uses a local configuration directory.
-  Command failed.
-  [255]
-  $ fixture master; ANSWERS=n orv mghost "$SHARE"; orv mghost "$SHARE"
-  This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]No changes. This host uses a local configuration directory.
-  Command failed.
-  This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]No changes. This host uses a local configuration directory.
-  Command failed.
-  [255]
-
-Installed products are promoted with the kernel; the analytics add-on is not.
-
-  $ fixture master; mg_add_vos; mg_add_kirn; mg_add_zt; orv mghost "$SHARE" -f | grep -v '^[+@ ]\(\| \)\(<\|[A-Z]\)' | names
-  The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
   +++ share/kernel/conf/ResourceGroups.xml
   +++ share/kernel/conf/orv.cluster.cluster1
   +++ share/kernel/conf/orv.conf
@@ -120,39 +96,30 @@ Installed products are promoted with the kernel; the analytics add-on is not.
   export VOS_ENVDIR
   KIRN_VERSION=3.2
   KIRN_CONFDIR=$T/share/kirn/conf
+  $ fixture master; ANSWERS="Y y n" orv mghost "$SHARE"
+  This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]No changes. This host uses a local configuration directory.
+  Command failed.
+  [255]
+  $ orv mghost "$SHARE"
+  This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]No changes. This host uses a local configuration directory.
+  Command failed.
+  [255]
 
-A candidate after the master applies only mgupdate.txt and joins as (linux mg); before
-the master it is refused.
+A candidate after the master applies only mgupdate.txt and joins as (linux mg); before the
+master it is refused.
 
-  $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; orv mghost "$SHARE" -f
+  $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; orv mghost "$SHARE" -f | grep -A2 '^[A-Z]\|^+++ share'
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
   +++ share/kernel/conf/orv.cluster.cluster1
   @@ -7,0 +8 @@
   +hostB     !        !            1     -    -    -   (linux mg)
-  +++ top-hostB/kernel/conf/cshrc.orv
-  @@ -2 +2 @@
-  -setenv ORV_CONFDIR $ORV_TOP/kernel/conf
-  +setenv ORV_CONFDIR $T/share/kernel/conf
-  @@ -4 +4 @@
-  -setenv ORV_OSRVDIR $ORV_TOP/oservice
-  +setenv ORV_OSRVDIR $T/share/oservice
-  +++ top-hostB/kernel/conf/orv.conf
-  @@ -5 +5 @@
-  -ORV_WORKDIR=$T/top-hostB/kernel/work
-  +ORV_WORKDIR=$T/share/kernel/work
-  +++ top-hostB/kernel/conf/profile.orv
-  @@ -2 +2 @@
-  -ORV_CONFDIR=$ORV_TOP/kernel/conf
-  +ORV_CONFDIR=$T/share/kernel/conf
-  @@ -4 +4 @@
-  -ORV_OSRVDIR=$ORV_TOP/oservice
-  +ORV_OSRVDIR=$T/share/oservice
   $ fixture master; mg_setup_candidate hostB; orv mghost "$SHARE" -f
   The shared directory path was not found. Ensure that: (1) <orvconfig mghost> has been run on the Master Host; and (2) the correct shared directory path is used.
   Command failed.
   [255]
 
-On a host still using its local directory: a relative path, vos, kirn and zt refused.
+On a host still using its local directory: a relative path, vos, kirn and zt refused; not
+an administrator.
 
   $ fixture master; mg_add_vos; mg_add_kirn; mg_add_zt; each mghost 'share -f' 'vos -f' 'kirn -f' 'zt -f' zt
   share -f:  You must input the absolute path to the shared directory.  | Command failed. [255]
@@ -160,37 +127,28 @@ On a host still using its local directory: a relative path, vos, kirn and zt ref
   kirn -f: Please run orvconfig mghost SHARED_TOP [-f] firstly | Command failed. [255]
   zt -f:  You must input the absolute path to the shared directory.  | Command failed. [255]
   zt:  You must input the absolute path to the shared directory.  | Command failed. [255]
+  $ sed -i 's/^Administrators = .*/Administrators = root/' "$CONF/orv.cluster.cluster1"; each mghost "$SHARE -f"
+  $T/share -f: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
 
 On a shared directory: no move to another, the same one is redone; products on the master
 and on a candidate; a product not listed, and n at its question.
 
-  $ fixture master; mg_share_master; each mghost "$T/other -f" 'relative/top -f' 
+  $ fixture master; mg_share_master; each mghost "$T/other -f" 'relative/top -f'
   $T/other -f: You cannot change the shared configuration directory. | Command failed. [255]
   relative/top -f: You cannot change the shared configuration directory. | Command failed. [255]
   $ orv mghost "$SHARE/" -f | names
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
   +++ share/kernel/conf/orv.conf
-  $ fixture master; mg_share_master; each mghost 'vos -f' 'kirn -f' 'zt -f'
+  $ each mghost 'vos -f' 'kirn -f' 'zt -f'
   vos -f: Cannot find VOS installed | Command failed. [255]
   kirn -f: Cannot find kirn installed | Command failed. [255]
   zt -f: Cannot find Tessary Analytics installed | Command failed. [255]
-  $ mg_add_vos; mg_add_kirn; mg_add_zt; each mghost vos zt; orv mghost vos -f; orv mghost kirn -f | names; orv mghost zt -f
+  $ mg_add_vos; mg_add_kirn; mg_add_zt; each mghost vos; orv mghost vos -f | names; orv mghost kirn -f | names; orv mghost zt -f
   vos: This host will use configuration files on a shared directory.  Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
-  zt: This host will use configuration files on a shared directory.  Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
   +++ share/vos/conf/vos.conf
-  @@ -0,0 +1,3 @@
-  +VOS_TOP=$T/top/vos
-  +VOS_ORV_ENVDIR=$T/share/kernel/conf
-  +VOS_MASTER_LIST="hostA hostB hostC"
   +++ top/vos/conf/cshrc.vos
-  @@ -1 +1 @@
-  -setenv VOS_ENVDIR $VOS_TOP/conf
-  +setenv VOS_ENVDIR $T/share/vos/conf
   +++ top/vos/conf/profile.vos
-  @@ -1 +1 @@
-  -VOS_ENVDIR=$VOS_TOP/conf
-  +VOS_ENVDIR=$T/share/vos/conf
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
   +++ share/kirn/conf/deploy/cluster.xml
   +++ share/kirn/conf/profile.kirn
@@ -220,22 +178,13 @@ stripped, empty fields vanish. Without head.conf the products are skipped.
   +++ share/vos/conf/vos.conf
   +++ top/vos/conf/cshrc.vos
   +++ top/vos/conf/profile.vos
-  $ fixture master; rm "$TOP/.install/head.conf"; orv mghost "$SHARE" -f | names
+  $ fixture master; rm "$TOP/.install/head.conf"; orv mghost "$SHARE" -f | grep -v '^[-+@]'
   Cannot open the file head.conf.
   Cannot open the file head.conf.
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
-  +++ share/kernel/conf/ResourceGroups.xml
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ share/kernel/conf/orv.shared
-  +++ share/kernel/conf/services/profiles/default.conf
-  +++ share/kernel/conf/services/rs.xml
-  +++ top/kernel/conf/cshrc.orv
-  +++ top/kernel/conf/orv.conf
-  +++ top/kernel/conf/profile.orv
 
 The change scripts: no .install, a missing script (master or candidate), a link at a
-copy's path, an environment that was not sourced.
+copy's path, an environment without ORV_TOP.
 
   $ fixture master; rm -r "$TOP/.install"; orv mghost "$SHARE" -f
   Warning: Cannot find the .install configuration, the old version will be running
@@ -253,28 +202,18 @@ copy's path, an environment that was not sourced.
   +++ share/kernel/conf/services/profiles/default.conf
   +++ share/kernel/conf/services/rs.xml
   [255]
-  $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; rm "$CTOP/.install/mgupdate.txt"; orv mghost "$SHARE" -f | names
+  $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; rm "$CTOP/.install/mgupdate.txt"; orv mghost "$SHARE" -f
   Cannot open the file $T/top-hostB/.install/mgupdate.txt.
   Cannot open the file $T/top-hostB/.install/mgupdate.txt.tmp.
   Error when disposing the config files
   Command failed.
   [255]
-  $ fixture master; ln -s "$T/planted" "$TOP/.install/mgconf.txt.tmp"; orv mghost "$SHARE" -f | names; test ! -e "$T/planted" && ls "$TOP/.install"
+  $ fixture master; ln -s "$T/planted" "$TOP/.install/mgconf.txt.tmp"; orv mghost "$SHARE" -f | grep -v '^[-+@]'; test ! -e "$T/planted" && ls "$TOP/.install"
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
-  +++ share/kernel/conf/ResourceGroups.xml
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ share/kernel/conf/orv.shared
-  +++ share/kernel/conf/services/profiles/default.conf
-  +++ share/kernel/conf/services/rs.xml
   diff: $T/top/.install/mgconf.txt.tmp: No such file or directory
-  +++ top/kernel/conf/cshrc.orv
-  +++ top/kernel/conf/orv.conf
-  +++ top/kernel/conf/profile.orv
   head.conf
   mgconf.txt
   mgmasterupdate.txt
   mgupdate.txt
-  $ fixture master; ORV_UNSET=ORV_TOP each mghost "$SHARE -f"; ORV_UNSET=ORV_CONFDIR each mghost "$SHARE -f"
+  $ fixture master; ORV_UNSET=ORV_TOP each mghost "$SHARE -f"
   $T/share -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
-  $T/share -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]

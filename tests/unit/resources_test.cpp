@@ -1,0 +1,85 @@
+// Resource tags: the bracket grammar, the merge into orv.conf where the transcripts do not
+// reach, and the harvesting check.
+#include <string>
+#include <vector>
+
+#include "fixture.hpp"
+#include "resources/local_resources.hpp"
+
+namespace orv {
+namespace {
+
+using Tags = std::vector<LOCAL_RESOURCE>;
+
+std::string describe(const Tags& tags) {
+    std::string out;
+    for (const LOCAL_RESOURCE& tag : tags) out += tag.Name + "=" + tag.Value + ";";
+    return out;
+}
+
+TEST(Resources, Grammar) {
+    const struct {
+        const char* text;
+        int flag, result;
+        const char* tags;
+    } cases[] = {
+        {"", 0, 1, ""}, {"[resource a]", 0, 0, "resource=a;"},
+        {"\"[resource a] [resourcemap 4*b]\" # site", 0, 0, "resource=a;resourcemap=4*b;"},
+        {"[ resource   a ]", 0, 0, "resource=a;"}, {"[resourcemap anything]", 0, 0, "resourcemap=anything;"},
+        {"[resource a][resource a]", 0, 0, "resource=a;resource=a;"}, {"[resource a] [resource b", 0, 0, "resource=a;"},
+        {"[resource a b]", 0, -1, ""}, {"[resource]", 0, -1, ""}, {"[]", 0, -1, ""}, {"resource a]", 0, -1, ""},
+        {"[resource a", 0, -1, ""}, {"[resource a]]", 0, -1, ""}, {"[resource a] b]", 0, -1, ""},
+        {"[resource\ta]", 0, -1, ""}, {"[tag a]", 0, -1, ""}, {"[Resource a]", 0, -1, ""}, {"[tag a]", 1, 0, "tag=a;"},
+        {"\"[tag a] [resource b]\"", 1, 0, "tag=a;resource=b;"}, {"[tag a b]", 1, -1, ""},
+    };
+    for (const auto& c : cases) {
+        Tags tags{{"resource", "stale"}};
+        EXPECT_EQ(parseLocalResources(c.text, tags, c.flag), c.result) << c.text << " flag " << c.flag;
+        if (c.result != -1) {
+            EXPECT_EQ(describe(tags), c.tags) << c.text;
+        }
+    }
+}
+
+using ResourcesFiles = test::TempDirTest;
+
+TEST_F(ResourcesFiles, MergeAndHarvestingCheck) {
+    const struct {
+        std::string before, add, after;
+    } merges[] = {
+        {"ORV_WORKDIR=/opt/orv", "[resource scvg]", "ORV_WORKDIR=/opt/orv\nORV_LOCAL_RESOURCES=\"[resource scvg]\"\n"},
+        {"ORV_LOCAL_RESOURCES=\"[resourcemap 1*b]\"\n", "[resource c] [resourcemap 2*b] [resource c] [resourcemap 1*b]",
+         "ORV_LOCAL_RESOURCES=\"[resourcemap 1*b] [resource c] [resourcemap 2*b] [resource c]\"\n"},
+        {"#ORV_LOCAL_RESOURCES=\"[resource old]\"\n   ORV_LOCAL_RESOURCES=\"[tag x]\"   #  site\n\tK=1\n", "[resource y]",
+         "#ORV_LOCAL_RESOURCES=\"[resource old]\"\nORV_LOCAL_RESOURCES=\"[tag x] [resource y]\" #  site\nK=1\n"},
+    };
+    for (const auto& c : merges) {
+        write("orv.conf", c.before);
+        Tags tags;
+        ASSERT_EQ(parseLocalResources(c.add, tags, 0), 0);
+        EXPECT_EQ(addLocalResources(dir_, tags), 0) << c.before;
+        EXPECT_EQ(read("orv.conf"), c.after);
+    }
+    const struct {
+        const char* conf;
+        int result;
+    } checks[] = {
+        {"ORV_LOCAL_RESOURCES=\"[resourcemap 1*x] [resource svrscvg] [resource scvg]\"\n", 2},
+        {"ORV_LOCAL_RESOURCES=\"[resource scvg]\"\n", 1}, {"ORV_LOCAL_RESOURCES=\"[resource a] [resource vmscvg]\"\n", 3},
+        {"ORV_LOCAL_RESOURCES=\"[resource SCVG]\"\n", 0}, {"ORV_LOCAL_RESOURCES=\"[resourcemap scvg] [tag scvg]\"\n", 0},
+        {"#ORV_LOCAL_RESOURCES=\"[resource scvg]\"\nORV_LOCAL_RESOURCES=\"[resource vmscvg]\"\n", 3},
+        {"#ORV_LOCAL_RESOURCES=\"[resource scvg]\"\n", 0}, {"ORV_LOCAL_RESOURCES=\n", 0},
+        {"ORV_LOCAL_RESOURCES=\"[resource a b]\"\n", -1},
+    };
+    for (const auto& c : checks) {
+        write("orv.conf", c.conf);
+        EXPECT_EQ(checkScavengingResourceTag(dir_), c.result) << c.conf;
+        EXPECT_EQ(read("orv.conf"), c.conf) << "the check must not write";
+    }
+    ::unlink(path("orv.conf").c_str());
+    const test::ChildRun run = inChild([&] { return checkScavengingResourceTag(dir_); });
+    EXPECT_EQ(run.output + std::to_string(run.result), "Cannot open the file " + path("orv.conf") + ".\n255");
+}
+
+}  // namespace
+}  // namespace orv
