@@ -217,7 +217,8 @@ mg_add_zt() {
 # then a diff -U0 of every file the run changed, made or removed ("+++ path" each; no diff:
 # nothing changed) and returns its status; `each CMD ARG...` runs `orv CMD ARG` per ARG
 # (split at blanks), one line each: "ARG: output lines joined by ' | ' [status]", then its
-# diff. $T and its resolved path print as "$T"; `names` keeps only the "+++ path" lines.
+# diff. $T and its resolved path print as "$T"; `names` reduces each diff to one line
+# "+++ path path ...".
 fixture() {
     BATS_TEST_TMPDIR=$PWD
     orv_release_ports
@@ -232,7 +233,7 @@ fixture() {
     esac
 }
 orv_paths() { sed -e "s|$(cd "$T" && pwd -P)|\$T|g" -e "s|$T|\$T|g"; }
-names() { sed '/^[-+@]/{/^+++ /!d}'; }
+names() { sed '/^[-+@]/{/^+++ /!d}' | awk '/^\+\+\+ /{f = f " " substr($0, 5); next} f {print "+++" f; f = ""} 1; END {if (f) print "+++" f}'; }
 # orvx ARGS...: the bare run, output and status untouched.
 orvx() {
     local -a envs

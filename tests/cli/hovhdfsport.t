@@ -46,9 +46,7 @@ skipped (none at all still succeeds); every port up to 65535 although the messag
   B will be used as the HDFS service port, set as HOV_HDFS_PORT.
   $ setup plain; hdfs "$S" 8020; orv hovhdfsport set 000$B | rel | names
   Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
-  +++ top/oservice/osc/conf/services/datanode.xml
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +++ top/oservice/osc/conf/services/secondarynode.xml
+  +++ top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
   $ setup plain; hdfs "$S" 8020; rm "$S/namenode.xml" "$S/secondarynode.xml"; orv hovhdfsport set $B | rel | names
   Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
   +++ top/oservice/osc/conf/services/datanode.xml
@@ -57,9 +55,7 @@ skipped (none at all still succeeds); every port up to 65535 although the messag
   $ setup plain; hdfs "$S" 8020; orv_ports_free 65532 4 || echo "ports 65532-65535 busy"
   $ orv hovhdfsport set 65532 | names; orv hovhdfsport set 65535 | grep -v '^[-+@]'
   Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is 65532.
-  +++ top/oservice/osc/conf/services/datanode.xml
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +++ top/oservice/osc/conf/services/secondarynode.xml
+  +++ top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
   Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is 65535.
 
 Refusals that change nothing: texts that are not plain digits (before the environment is
@@ -93,21 +89,12 @@ ones fails the command.
 
   $ setup shared; hdfs "$S" 8020; hdfs "$SSERVICES" 8021; orv hovhdfsport set $B | rel | names
   Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
-  +++ share/oservice/osc/conf/services/datanode.xml
-  +++ share/oservice/osc/conf/services/namenode.xml
-  +++ share/oservice/osc/conf/services/secondarynode.xml
-  +++ top/oservice/osc/conf/services/datanode.xml
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +++ top/oservice/osc/conf/services/secondarynode.xml
+  +++ share/oservice/osc/conf/services/datanode.xml share/oservice/osc/conf/services/namenode.xml share/oservice/osc/conf/services/secondarynode.xml top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
   $ rm "$SSERVICES/secondarynode.xml"; mkdir "$SSERVICES/secondarynode.xml"; B=$(orv_free_base 1); orv hovhdfsport set $B | rel | names
   Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/secondarynode.xml.
   Set HOV_HDFS_PORT in B failed.
   Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
-  +++ share/oservice/osc/conf/services/datanode.xml
-  +++ share/oservice/osc/conf/services/namenode.xml
-  +++ top/oservice/osc/conf/services/datanode.xml
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +++ top/oservice/osc/conf/services/secondarynode.xml
+  +++ share/oservice/osc/conf/services/datanode.xml share/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
   $ rm "$S/datanode.xml"; mkdir "$S/datanode.xml"; B=$(orv_free_base 1); orv hovhdfsport set $B | rel | names
   Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/secondarynode.xml.
   Set HOV_HDFS_PORT in B failed.
@@ -115,8 +102,5 @@ ones fails the command.
   Set HOV_HDFS_PORT in B failed.
   Command failed.
   Command failed.
-  +++ share/oservice/osc/conf/services/datanode.xml
-  +++ share/oservice/osc/conf/services/namenode.xml
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +++ top/oservice/osc/conf/services/secondarynode.xml
+  +++ share/oservice/osc/conf/services/datanode.xml share/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
   [255]

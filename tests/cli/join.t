@@ -84,12 +84,10 @@ orv.conf and the cluster file changed.
 
   $ fixture; sed -i '/@ORV_MASTER@/d' "$CONF/ResourceGroups.xml"; orv join hostA -f | names
   A new cluster <cluster1> has been created. The host <hostA> is the master host.
-  +++ top/kernel/conf/orv.cluster.cluster1
-  +++ top/kernel/conf/orv.conf
+  +++ top/kernel/conf/orv.cluster.cluster1 top/kernel/conf/orv.conf
   $ fixture; rm "$CONF/ResourceGroups.xml"; orv join hostA -f | names
   Cannot open file $T/top/kernel/conf/ResourceGroups.xml.
   Set             <ResourceEntry ResourceID="hostA"/> in ResourceGroups.xml failed.
   Command failed.
-  +++ top/kernel/conf/orv.cluster.cluster1
-  +++ top/kernel/conf/orv.conf
+  +++ top/kernel/conf/orv.cluster.cluster1 top/kernel/conf/orv.conf
   [255]

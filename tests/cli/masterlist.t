@@ -106,8 +106,7 @@ where there is none); a root-prefixed login keeps each file's own mode.
   $ ORV_LOGIN=rootadm; orv_write_nss; sed -i 's/= orvadmin/= rootadm/' "$CONF/orv.cluster.cluster1"
   $ each masterlist hostB,hostA | names; stat -c '%a %n' "$T/vos/vos.conf" "$CONF/orv.conf" | orv_paths
   hostB,hostA: The master host failover order is hostB,hostA. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
-  +++ top/kernel/conf/orv.conf
-  +++ vos/vos.conf
+  +++ top/kernel/conf/orv.conf vos/vos.conf
   640 $T/vos/vos.conf
   604 $T/top/kernel/conf/orv.conf
 

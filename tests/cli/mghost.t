@@ -73,21 +73,7 @@ questions take y or yes, an exhausted input answers n.
 
   $ fixture master; mg_add_vos; mg_add_kirn; mg_add_zt; ANSWERS="y yes" orv mghost "$SHARE" | names
   This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
-  +++ share/kernel/conf/ResourceGroups.xml
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ share/kernel/conf/orv.shared
-  +++ share/kernel/conf/services/profiles/default.conf
-  +++ share/kernel/conf/services/rs.xml
-  +++ share/kirn/conf/deploy/cluster.xml
-  +++ share/kirn/conf/profile.kirn
-  +++ share/vos/conf/vos.conf
-  +++ top/kernel/conf/cshrc.orv
-  +++ top/kernel/conf/orv.conf
-  +++ top/kernel/conf/profile.orv
-  +++ top/kirn/conf/profile.kirn
-  +++ top/vos/conf/cshrc.vos
-  +++ top/vos/conf/profile.vos
+  +++ share/kernel/conf/ResourceGroups.xml share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf share/kernel/conf/orv.shared share/kernel/conf/services/profiles/default.conf share/kernel/conf/services/rs.xml share/kirn/conf/deploy/cluster.xml share/kirn/conf/profile.kirn share/vos/conf/vos.conf top/kernel/conf/cshrc.orv top/kernel/conf/orv.conf top/kernel/conf/profile.orv top/kirn/conf/profile.kirn top/vos/conf/cshrc.vos top/vos/conf/profile.vos
   $ cat "$SHARE/vos/conf/vos.conf" "$TOP/vos/conf/profile.vos" "$TOP/kirn/conf/profile.kirn" | orv_paths
   VOS_TOP=$T/top/vos
   VOS_ORV_ENVDIR=$T/share/kernel/conf
@@ -146,13 +132,9 @@ and on a candidate; a product not listed, and n at its question.
   $ mg_add_vos; mg_add_kirn; mg_add_zt; each mghost vos; orv mghost vos -f | names; orv mghost kirn -f | names; orv mghost zt -f
   vos: This host will use configuration files on a shared directory.  Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
-  +++ share/vos/conf/vos.conf
-  +++ top/vos/conf/cshrc.vos
-  +++ top/vos/conf/profile.vos
+  +++ share/vos/conf/vos.conf top/vos/conf/cshrc.vos top/vos/conf/profile.vos
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
-  +++ share/kirn/conf/deploy/cluster.xml
-  +++ share/kirn/conf/profile.kirn
-  +++ top/kirn/conf/profile.kirn
+  +++ share/kirn/conf/deploy/cluster.xml share/kirn/conf/profile.kirn top/kirn/conf/profile.kirn
   Successful!
   +++ share/zt/conf/zt.conf
   @@ -0,0 +1 @@
@@ -175,9 +157,7 @@ stripped, empty fields vanish. Without head.conf the products are skipped.
   vos -f: Cannot find VOS installed | Command failed. [255]
   $ echo ";VOS 10.1;;vos;$TOP/vos   # moved in 10.1" >>"$TOP/.install/head.conf"; orv mghost vos -f | names
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
-  +++ share/vos/conf/vos.conf
-  +++ top/vos/conf/cshrc.vos
-  +++ top/vos/conf/profile.vos
+  +++ share/vos/conf/vos.conf top/vos/conf/cshrc.vos top/vos/conf/profile.vos
   $ fixture master; rm "$TOP/.install/head.conf"; orv mghost "$SHARE" -f | grep -v '^[-+@]'
   Cannot open the file head.conf.
   Cannot open the file head.conf.
@@ -195,12 +175,7 @@ copy's path, an environment without ORV_TOP.
   Cannot open the file $T/top/.install/mgmasterupdate.txt.tmp.
   Error when disposing the config files
   Command failed.
-  +++ share/kernel/conf/ResourceGroups.xml
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ share/kernel/conf/orv.shared
-  +++ share/kernel/conf/services/profiles/default.conf
-  +++ share/kernel/conf/services/rs.xml
+  +++ share/kernel/conf/ResourceGroups.xml share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf share/kernel/conf/orv.shared share/kernel/conf/services/profiles/default.conf share/kernel/conf/services/rs.xml
   [255]
   $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; rm "$CTOP/.install/mgupdate.txt"; orv mghost "$SHARE" -f
   Cannot open the file $T/top-hostB/.install/mgupdate.txt.

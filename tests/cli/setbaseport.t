@@ -129,18 +129,7 @@ take mrss.xml from the shared directory; the block size comes from the local ser
   $ setup shared; profiles "$SHARE"; sd "$S/sd.xml"; R=$(realpath "$SHARE"); mkdir "$TOP\\conf" "$R\\conf"
   $ echo VOS_LIM_PORT=7869 | tee "$R\\conf/vos.conf" >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel | names
   Communication ports have been changed. The new base port is B.
-  +++ share/kernel/conf/orv.conf
-  +++ share/kernel/oservice/osc/conf/orvsc_conf.xml
-  +++ share/oservice/osc/conf/orvsc_conf.xml
-  +++ share/oservice/osc/conf/services/mrss.xml
-  +++ share/oservice/osc/conf/services/rs.xml
-  +++ "$T/share\\conf/vos.conf"
-  +++ top/kernel/conf/orv.conf
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  +++ top/oservice/osc/conf/services/rs.xml
-  +++ top/oservice/osc/conf/services/sd.xml
-  +++ "$T/top\\conf/vos.conf"
+  +++ share/kernel/conf/orv.conf share/kernel/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/services/mrss.xml share/oservice/osc/conf/services/rs.xml "$T/share\\conf/vos.conf" top/kernel/conf/orv.conf top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/rs.xml top/oservice/osc/conf/services/sd.xml "$T/top\\conf/vos.conf"
   $ setup shared; profiles "$SHARE"; sd "$SSERVICES/sd.xml"; orv_hold_ports $((B + 6)); orv setbaseport $B | rel | vals
   Communication ports have been changed. The new base port is B.
   B B+1 B+2 B+3 B+3 B+10 B+11 B+4 B+5 B+6 B B+1 B+2 B+3 B+3 B+4 
@@ -161,14 +150,7 @@ side fails it after the other edits, with nothing rolled back.
   Set ORV_PEM_PORT in B+2 failed.
   Command failed.
   Command failed.
-  +++ share/kernel/conf/orv.conf
-  +++ share/kernel/oservice/osc/conf/orvsc_conf.xml
-  +++ share/oservice/osc/conf/orvsc_conf.xml
-  +++ share/oservice/osc/conf/services/mrss.xml
-  +++ share/oservice/osc/conf/services/rs.xml
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  +++ top/oservice/osc/conf/services/rs.xml
+  +++ share/kernel/conf/orv.conf share/kernel/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/services/mrss.xml share/oservice/osc/conf/services/rs.xml top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/rs.xml
   [255]
 
 A local directory named with \conf falls back to conf.old; another one fails.

@@ -89,9 +89,7 @@ More than 127 candidates wrap the 8-bit step counter (fillers are addresses: no 
   $ fixture demote; ORV_HOSTNAME=hostD; list hostA hostB $(fillers 125); orv unsetmghost -f | names
   The host will use configuration files on a local directory. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
   This host no longer uses the shared configuration directory.  This host cannot be used as a master candidate.
-  +++ top-hostB/kernel/conf/cshrc.orv
-  +++ top-hostB/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/profile.orv
+  +++ top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/orv.conf top-hostB/kernel/conf/profile.orv
 
 Performance scripts and the batch product of this cluster are pointed back at the local
 top; a batch product of another cluster is left alone.
@@ -120,11 +118,7 @@ top; a batch product of another cluster is left alone.
   $ vos "$T"; orv unsetmghost -f | names
   The host will use configuration files on a local directory. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
   This host no longer uses the shared configuration directory.  This host cannot be used as a master candidate.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/cshrc.orv
-  +++ top-hostB/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/profile.orv
+  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/orv.conf top-hostB/kernel/conf/profile.orv
 
 A failed edit stops the demotion with its report key; nothing is rolled back.
 
@@ -132,25 +126,17 @@ A failed edit stops the demotion with its report key; nothing is rolled back.
   Cannot open file $T/top-hostB/vos/conf/profile.vos.
   Set ORV_CONFDIR in profile.vos failed.
   Command failed.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/cshrc.orv
-  +++ top-hostB/kernel/conf/profile.orv
-  +++ top-hostB/vos/conf/cshrc.vos
+  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/profile.orv top-hostB/vos/conf/cshrc.vos
   [255]
   $ fixture demote; rm "$CCONF/orv.conf"; mkdir "$CCONF/orv.conf"; orv unsetmghost -f | names
   Cannot open file $T/top-hostB/kernel/conf/orv.conf.
   Set ORV_OSRVDIR in orv.conf failed.
   Command failed.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/cshrc.orv
-  +++ top-hostB/kernel/conf/profile.orv
+  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/profile.orv
   [255]
   $ fixture demote; rm "$CCONF/cshrc.orv"; orv unsetmghost -f | names
   Cannot open file $T/top-hostB/kernel/conf/cshrc.orv.
   Set ORV_CONFDIR in cshrc.orv failed.
   Command failed.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
+  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf
   [255]
