@@ -1,9 +1,6 @@
-// The cluster file's host section: the column layout of new and re-made host lines, the two
+// The cluster file's host section: the column layout of new and re-made host lines, the
 // readers, and the insert and remove rewrites, compared as whole files. The host names are
 // made up so that the resolver knows none of them and names compare as written.
-#include <string>
-#include <vector>
-
 #include "cluster/cluster_file.hpp"
 #include "fixture.hpp"
 
@@ -17,40 +14,32 @@ const std::string kTail = "!        !            1     -    -    -   ";
 TEST(ClusterFile, HostLineLayout) {
     const struct {
         std::string header, host, resources, out;
-    } made[] = {
-        {kHeader, "hostD", "(linux)", "hostD     " + kTail + "(linux)                "},
-        {kHeader, "averylonghost", "(linux mg)", "averylonghost " + kTail + "(linux mg)             "},
-        {"HOSTNAME", "ninechars", "()", "ninechars "}, {"HOSTNAME", "tencharsxx", "()", "tencharsxx "},
-        {"hostname\tTYPE  ndisks Resources #KEYWORDS", "n1", "(linux)", "n1        !            -   (linux)                "},
-        {"", "n1", "(linux)", ""},
-    };
+    } made[] = {{kHeader, "hostD", "(linux)", "hostD     " + kTail + "(linux)                "},
+                {kHeader, "averylonghost", "(linux mg)", "averylonghost " + kTail + "(linux mg)             "},
+                {"HOSTNAME", "ninechars", "()", "ninechars "}, {"HOSTNAME", "tencharsxx", "()", "tencharsxx "},
+                {"hostname\tTYPE  ndisks Resources #KEYWORDS", "n1", "(l)", "n1        !            -   (l)                    "},
+                {"", "n1", "(linux)", ""}};
     for (const auto& c : made) {
         std::string out = "stale";
         EXPECT_EQ(generateHostEntry(c.header, c.host, "!", c.resources, out), 0);
         EXPECT_EQ(out, c.out) << c.header << " / " << c.host;
     }
     const struct {
-        std::string header, line;
-        int result;
-        std::string out;
+        std::string header, line, out;  // out "-": the line cannot be re-made (-1)
     } remade[] = {
-        {kHeader, "hostB ! ! 1 - - - (linux)", 0, "hostB     " + kTail + "(mg linux)"},
-        {kHeader, "hostB  !  ! 1 - - - (linux mg)", 0, "hostB     " + kTail + "(linux mg)"},
-        {kHeader, "hostB ! ! 1 - - - (linux mg) (x)", 0, "hostB     " + kTail + "(linux mg) (x)"},
-        {kHeader, "hostB ! ! 1 - - - (linux x86) extra", 0, "hostB     " + kTail + "(mg linux x86)"},
-        {kHeader, "hostB ! ! 1 - - - (img)", 0, "hostB     " + kTail + "(img)"},  // "mg" as a substring
-        {kHeader, "hostB ! ! 1 - - - ()", 0, "hostB     " + kTail + "(mg )"},
-        {"HOSTNAME server ndisks RESOURCES", "longhostname7 3 9 (linux)", 0, "longhostname7 3     -   (mg linux)"},
-        {kHeader, "hostB ! ! 1 - - - (linux", -1, "-"}, {kHeader, "hostB ! ! 1 - - -", -1, "-"},
-        {"HOSTNAME model RESOURCES", "hostB !", 0, "hostB     !        "},
-        {"HOSTNAME model", "hostB ! (linux)", 0, "hostB     !        "},
+        {kHeader, "hostB ! ! 1 - - - (linux)", "hostB     " + kTail + "(mg linux)"},
+        {kHeader, "hostB  !  ! 1 - - - (linux mg)", "hostB     " + kTail + "(linux mg)"},
+        {kHeader, "hostB ! ! 1 - - - (linux mg) (x)", "hostB     " + kTail + "(linux mg) (x)"},
+        {kHeader, "hostB ! ! 1 - - - (linux x86) extra", "hostB     " + kTail + "(mg linux x86)"},
+        {kHeader, "hostB ! ! 1 - - - (img)", "hostB     " + kTail + "(img)"}, {kHeader, "hostB ! ! 1 - - - ()", "hostB     " + kTail + "(mg )"},
+        {"HOSTNAME server ndisks RESOURCES", "longhostname7 3 9 (linux)", "longhostname7 3     -   (mg linux)"},
+        {kHeader, "hostB ! ! 1 - - - (linux", "-"}, {kHeader, "hostB ! ! 1 - - -", "-"},
+        {"HOSTNAME model RESOURCES", "hostB !", "hostB     !        "}, {"HOSTNAME model", "hostB ! (linux)", "hostB     !        "},
     };
     for (const auto& c : remade) {
         std::string out;
-        EXPECT_EQ(changeHostEntry(c.header, c.line, c.line.substr(0, c.line.find(' ')), out), c.result) << c.line;
-        if (c.result == 0) {
-            EXPECT_EQ(out, c.out) << c.line;
-        }
+        const int result = changeHostEntry(c.header, c.line, c.line.substr(0, c.line.find(' ')), out);
+        EXPECT_EQ(result == -1 ? "-" : out, c.out) << c.line;
     }
 }
 
@@ -62,21 +51,20 @@ class ClusterFileOnDisk : public test::TempDirTest {
     }
 };
 
+// The line reader stops at an empty line and takes an indented comment for a host; the
+// host list sees every host line of every section; the batch product's cluster name serves
+// when orv.shared names none.
 TEST_F(ClusterFileOnDisk, Readers) {
-    write("orv.cluster.c1", "Begin   Host\n" + kHeader + "\nnodeq1    " + kTail + "(linux mg)\n#nodeq9 (x)\n"
-                            "nodeq2\t!  !  1 - - - (linux)   \n\nnodeq3 (y)\nEnd     Host\n"
-                            "Begin Host\nHOSTNAME RESOURCES\n  #nodeq8 (x)\n  nodeq4 (x)\nEnd Host\n");
+    write("orv.cluster.c1", "Begin   Host\n" + kHeader + "\n  #nodeq8 (x)\nnodeq2\t!  ! 1 (l)   \n\nnodeq3 (y)\nEnd     Host\n"
+                            "Begin Host\nHOSTNAME RESOURCES\n#nodeq9 (x)\n  nodeq4 (x)\nEnd Host\n");
     Names hosts{"stale"}, lines;
     std::string header;
-    EXPECT_EQ(getHostLineFromCluster(path("orv.cluster.c1"), hosts, lines, header), 1);  // up to an empty line
-    EXPECT_EQ(header, kHeader);
-    EXPECT_EQ(hosts, (Names{"nodeq1", "nodeq2"}));
-    EXPECT_EQ(lines, (Names{"nodeq1    " + kTail + "(linux mg)", "nodeq2 !  !  1 - - - (linux)"}));
-    EXPECT_EQ(getHostListFromCluster(dir_, hosts), 1);  // every host line of every section
-    EXPECT_EQ(hosts, (Names{"nodeq1", "nodeq2", "nodeq3", "nodeq4"}));
-    write("orv.cluster.c1", "Begin Host\nHOSTNAME RESOURCES\n  #nodeq8 (x)\nnodeq1 (y)\nEnd Host\n");
     EXPECT_EQ(getHostLineFromCluster(path("orv.cluster.c1"), hosts, lines, header), 1);
-    EXPECT_EQ(hosts, (Names{"#nodeq8", "nodeq1"}));  // an indented comment is a host here
+    EXPECT_EQ(header, kHeader);
+    EXPECT_EQ(hosts, (Names{"#nodeq8", "nodeq2"}));
+    EXPECT_EQ(lines, (Names{"  #nodeq8 (x)", "nodeq2 !  ! 1 (l)"}));
+    EXPECT_EQ(getHostListFromCluster(dir_, hosts), 1);
+    EXPECT_EQ(hosts, (Names{"nodeq2", "nodeq3", "nodeq4"}));
     write("orv.shared", "Begin Cluster\nClusterName\nEnd Cluster\n");
     write("vos/vos.shared", "Begin Cluster\nClusterName\nvc\nEnd Cluster\n");
     write("vos.cluster.vc", "Begin Host\nHOSTNAME\nnodeq6\nEnd Host\n");
@@ -84,54 +72,40 @@ TEST_F(ClusterFileOnDisk, Readers) {
     EXPECT_EQ(getHostListFromCluster(dir_, hosts), 1);
     unsetenv("VOS_ENVDIR");
     EXPECT_EQ(hosts, (Names{"nodeq6"}));
+    const test::ChildRun run = inChild([&] { return getHostListFromCluster(dir_, hosts) + insertCluster(dir_, "n") + removeCluster(dir_, "n"); });
+    EXPECT_EQ(run.output + std::to_string(run.result), "253");  // no cluster name: -1 each, nothing printed
 }
 
 TEST_F(ClusterFileOnDisk, InsertAndRemove) {
-    const std::string head = "Begin Host\nHOSTNAME RESOURCES\n";
+    const std::string head = "Begin Host\nHOSTNAME RESOURCES\n", hosts = "Begin Host\n" + kHeader + "\n";
     const struct {
         int (*edit)(const std::string&, const std::string&);
         std::string host, before, after;
-        int result;
     } cases[] = {
-        {insertCluster, "nodeq5", "Begin Host\t\n" + kHeader + "\nnodeq1 ! ! 1 - - - (linux)\nEnd Host",
-         "Begin Host\n" + kHeader + "\nnodeq5    " + kTail + "(linux)\nnodeq1 ! ! 1 - - - (linux)\nEnd Host\n", 1},
-        {insertCluster, "nodeq5", "Begin ClusterAdmins\nEnd ClusterAdmins\n", "Begin ClusterAdmins\nEnd ClusterAdmins\n", 1},
-        {insertClusterShared, "averylonghost", "Begin Host\n" + kHeader + "\nnodeq2\t! ! 1 - - - (linux)\n\nnodeq3 (x)\nEnd  Host\n",
-         "Begin Host\n" + kHeader + "\nnodeq2 ! ! 1 - - - (linux)\n\nnodeq3 (x)\naverylonghost " + kTail + "(linux mg)\nEnd  Host\n", 1},
-        {insertClusterShared, "nodeq2", "Begin Host\n" + kHeader + "\n#nodeq2 (x)\nnodeq2\t! ! 1 - - - (linux)\nEnd Host\n",
-         "Begin Host\n" + kHeader + "\n#nodeq2 (x)\nnodeq2    " + kTail + "(mg linux)\nEnd Host\n", 1},
-        {insertClusterShared, "NODEQ7", head + "nodeq7.lab.local (linux)\nEnd Host\n", head + "nodeq7.lab.local (mg linux)\nEnd Host\n", 1},
-        {insertClusterShared, "nodeq7", head + "nodeq7 (linux\nEnd Host\n", head + "nodeq7 (linux\nEnd Host\n", 1},
-        {insertClusterShared, "nodeq7", "Begin Host\nEnd Host\n", "Begin Host\nEnd Host\n", -1},
+        {insertCluster, "nodeq5", "Begin Host\t\n" + kHeader + "\nnodeq1 ! ! 1 (linux)\nEnd Host", hosts + "nodeq5    " + kTail + "(linux)\nnodeq1 ! ! 1 (linux)\nEnd Host\n"},
+        {insertCluster, "nodeq5", "Begin ClusterAdmins\nEnd ClusterAdmins\n", "Begin ClusterAdmins\nEnd ClusterAdmins\n"},
+        {insertClusterShared, "averylonghost", hosts + "nodeq2\t! ! 1 (linux)\n\nnodeq3 (x)\nEnd  Host\n",
+         hosts + "nodeq2 ! ! 1 (linux)\n\nnodeq3 (x)\naverylonghost " + kTail + "(linux mg)\nEnd  Host\n"},
+        {insertClusterShared, "nodeq2", hosts + "#nodeq2 (x)\nnodeq2\t! ! 1 - - - (linux)\nEnd Host\n", hosts + "#nodeq2 (x)\nnodeq2    " + kTail + "(mg linux)\nEnd Host\n"},
+        {insertClusterShared, "NODEQ7", head + "nodeq7.lab.local (linux)\nEnd Host\n", head + "nodeq7.lab.local (mg linux)\nEnd Host\n"},
+        {insertClusterShared, "nodeq7", head + "nodeq7 (linux\nEnd Host\n", head + "nodeq7 (linux\nEnd Host\n"},
         {removeCluster, "nodeq1", head + "nodeq1 (linux)\nnodeq1.lab.local (mg)\n#nodeq1 (old)\nnodeq10 (l)\n   NodeQ1   (x)\nEnd Host\nnodeq1 out\n",
-         head + "#nodeq1 (old)\nnodeq10 (l)\nEnd Host\nnodeq1 out\n", 1},
-        {removeCluster, "nodeq2", head + "nodeq1 (linux)\nEnd Host\n", head + "nodeq1 (linux)\nEnd Host\n", 1},
+         head + "#nodeq1 (old)\nnodeq10 (l)\nEnd Host\nnodeq1 out\n"},
+        {removeCluster, "nodeq2", head + "nodeq1 (linux)\nEnd Host\n", head + "nodeq1 (linux)\nEnd Host\n"},
     };
     for (const auto& c : cases) {
         write("orv.cluster.c1", c.before);
-        EXPECT_EQ(c.edit(dir_, c.host), c.result) << c.before;
+        EXPECT_EQ(c.edit(dir_, c.host), 1) << c.before;
         EXPECT_EQ(read("orv.cluster.c1"), c.after) << c.before;
         EXPECT_FALSE(exists(path("orv.cluster.c1.tmp")));
     }
-    // A missing file is reported by the readers and the first insert; without a cluster
-    // name nothing is read and nothing printed.
+    write("orv.cluster.c1", "Begin Host\nEnd Host\n");  // no header: refused, untouched
+    EXPECT_EQ(insertClusterShared(dir_, "nodeq7"), -1);
+    EXPECT_EQ(read("orv.cluster.c1"), "Begin Host\nEnd Host\n");
     ::unlink(path("orv.cluster.c1").c_str());
-    const std::string open = "Cannot open file " + path("orv.cluster.c1") + ".\n";
-    test::ChildRun run = inChild([&] {
-        Names hosts, lines;
-        std::string header;
-        return (getHostLineFromCluster(path("orv.cluster.c1"), hosts, lines, header) == -1) +
-               (getHostListFromCluster(dir_, hosts) == -1) + (insertCluster(dir_, "n") == -1) + (removeCluster(dir_, "n") == -1);
-    });
-    EXPECT_EQ(run.output + std::to_string(run.result), open + open + open + "4");
-    EXPECT_FALSE(exists(path("orv.cluster.c1")));
-    write("orv.shared", "Begin Cluster\nClusterName\nEnd Cluster\n");
-    run = inChild([&] {
-        Names hosts;
-        return (getHostListFromCluster(dir_, hosts) == -1) + (insertCluster(dir_, "n") == -1) +
-               (removeCluster(dir_, "n") == -1) + (insertClusterShared(dir_, "n") == -1);
-    });
-    EXPECT_EQ(run.output + std::to_string(run.result), "4");
+    const test::ChildRun run = inChild([&] { return insertCluster(dir_, "n") + removeCluster(dir_, "n"); });
+    EXPECT_EQ(run.output + std::to_string(run.result) + std::to_string(exists(path("orv.cluster.c1"))),
+              "Cannot open file " + path("orv.cluster.c1") + ".\n2540");
 }
 
 }  // namespace

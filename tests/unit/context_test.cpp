@@ -1,8 +1,5 @@
 // The cluster name read from orv.shared and the administrator check: the corners of their
 // parsing that no transcript reaches (extra words, comments, sections, commas).
-#include <optional>
-#include <string>
-
 #include "context/cluster_identity.hpp"
 #include "fixture.hpp"
 
@@ -12,27 +9,24 @@ namespace {
 using ClusterIdentity = test::TempDirTest;
 
 TEST_F(ClusterIdentity, ClusterNameComesFromTheClusterSection) {
+    const std::string b = "Begin Cluster\nClusterName\n";
     const struct {
         std::string shared;
         std::optional<std::string> name;
     } cases[] = {
-        {"Begin Cluster\nClusterName\n  mycluster\nEnd Cluster\n", "mycluster"},
-        {"Begin Cluster\nClusterName\nc1 extra\nEnd Cluster\n", "extra"},
+        {b + "  mycluster\nEnd Cluster\n", "mycluster"}, {b + "c1 extra\nEnd Cluster\n", "extra"},
         {"Begin Cluster\nClusterName\tServers\n\tc2\t\t\nEnd Cluster\n", "c2"},
         {"# header\nBegin Cluster\n\n# note\nClusterName # col\n\n  # x\nprod   # main\n", "prod"},
-        {"ClusterName\nearly\nBegin Cluster\nClusterName\nlate\n", "late"},
-        {"Begin Cluster\nClusterName\nEnd Cluster\nafter\n", {}},
-        {"Begin Cluster\nEnd Cluster\nClusterName\nx\n", {}},
-        {"Begin Cluster\nClusterName\n", {}},
-        {"ClusterName\nc1\n", {}},
-        {std::string("Begin Cluster\nClusterName\nnul\0byte\n", 35), "nul" + std::string(1, '\0') + "byte"},
+        {"ClusterName\nearly\n" + b + "late\n", "late"}, {b + "End Cluster\nafter\n", std::nullopt},
+        {"Begin Cluster\nEnd Cluster\nClusterName\nx\n", std::nullopt}, {b, std::nullopt}, {"ClusterName\nc1\n", std::nullopt},
+        {b + std::string("nul\0byte\n", 9), std::string("nul\0byte", 8)},
     };
     for (const auto& c : cases) {
         write("orv.shared", c.shared);
         EXPECT_EQ(getClusterName(dir_), c.name) << c.shared;
     }
     EXPECT_EQ(getClusterName2(dir_), std::nullopt);
-    write("vos.shared", "Begin Cluster\nClusterName\nbatch1\nEnd Cluster\n");
+    write("vos.shared", b + "batch1\nEnd Cluster\n");
     EXPECT_EQ(getClusterName2(dir_), "batch1");
     std::filesystem::create_directories(path("d/orv.shared"));
     EXPECT_EQ(getClusterName(path("d")), std::nullopt);
@@ -42,13 +36,12 @@ TEST_F(ClusterIdentity, ClusterNameComesFromTheClusterSection) {
 // ClusterAdmins section only, from its first Administrators line.
 TEST_F(ClusterIdentity, Administrators) {
     const struct {
-        std::string section, user, refused;  // refused: the names the message shows
+        std::string section, user, refused;  // refused: the names the message shows, "-" for none
     } cases[] = {
         {"Administrators = root alice", "alice", ""}, {"Administrators =\troot\t alice", "alice", ""},
-        {"Administrators = root,alice", "alice", "root"}, {"Administrators = root,alice", "root", ""},
-        {"Administrators = a,b", "a", "-"}, {"Administrators = ab,c", "ab", ""}, {"Administrators = root", "Root", "root"},
-        {"Administrators=alice # the owner", "alice", ""}, {"Administrators alice", "alice", "-"},
-        {"Administrators = ", "", "-"}, {"End ClusterAdmins\nAdministrators = alice", "alice", "-"},
+        {"Administrators = root,alice", "alice", "root"}, {"Administrators = root,alice", "root", ""}, {"Administrators = a,b", "a", "-"},
+        {"Administrators = ab,c", "ab", ""}, {"Administrators = root", "Root", "root"}, {"Administrators=alice # the owner", "alice", ""},
+        {"Administrators alice", "alice", "-"}, {"Administrators = ", "", "-"}, {"End ClusterAdmins\nAdministrators = alice", "alice", "-"},
         {"Administrators = first\nAdministrators = alice", "alice", "first"},
     };
     for (const auto& c : cases) {
@@ -61,8 +54,7 @@ TEST_F(ClusterIdentity, Administrators) {
     }
     write("outside", "Administrators = orvadmin\nBegin Host\nEnd Host\n");
     const test::ChildRun run = inChild([&] {
-        return (checkExecuteUser(dir_.c_str(), "outside", "orvadmin") == -1) +
-               (checkExecuteUser(dir_.c_str(), "absent", "orvadmin") == -1) +
+        return (checkExecuteUser(dir_.c_str(), "outside", "orvadmin") == -1) + (checkExecuteUser(dir_.c_str(), "absent", "orvadmin") == -1) +
                (checkExecuteUser(nullptr, "outside", "orvadmin") == -1) + (checkExecuteUser(dir_.c_str(), nullptr, "x") == -1);
     });
     EXPECT_EQ(run.output + std::to_string(run.result),

@@ -1,8 +1,5 @@
 // Resource tags: the bracket grammar, the merge into orv.conf where the transcripts do not
 // reach, and the harvesting check.
-#include <string>
-#include <vector>
-
 #include "fixture.hpp"
 #include "resources/local_resources.hpp"
 
@@ -11,47 +8,40 @@ namespace {
 
 using Tags = std::vector<LOCAL_RESOURCE>;
 
-std::string describe(const Tags& tags) {
-    std::string out;
-    for (const LOCAL_RESOURCE& tag : tags) out += tag.Name + "=" + tag.Value + ";";
-    return out;
-}
-
 TEST(Resources, Grammar) {
     const struct {
         const char* text;
         int flag, result;
-        const char* tags;
+        const char* tags;  // "Name=Value;" per tag
     } cases[] = {
-        {"", 0, 1, ""}, {"[resource a]", 0, 0, "resource=a;"},
-        {"\"[resource a] [resourcemap 4*b]\" # site", 0, 0, "resource=a;resourcemap=4*b;"},
+        {"", 0, 1, ""}, {"[resource a]", 0, 0, "resource=a;"}, {"\"[resource a] [resourcemap 4*b]\" # site", 0, 0, "resource=a;resourcemap=4*b;"},
         {"[ resource   a ]", 0, 0, "resource=a;"}, {"[resourcemap anything]", 0, 0, "resourcemap=anything;"},
         {"[resource a][resource a]", 0, 0, "resource=a;resource=a;"}, {"[resource a] [resource b", 0, 0, "resource=a;"},
-        {"[resource a b]", 0, -1, ""}, {"[resource]", 0, -1, ""}, {"[]", 0, -1, ""}, {"resource a]", 0, -1, ""},
-        {"[resource a", 0, -1, ""}, {"[resource a]]", 0, -1, ""}, {"[resource a] b]", 0, -1, ""},
-        {"[resource\ta]", 0, -1, ""}, {"[tag a]", 0, -1, ""}, {"[Resource a]", 0, -1, ""}, {"[tag a]", 1, 0, "tag=a;"},
-        {"\"[tag a] [resource b]\"", 1, 0, "tag=a;resource=b;"}, {"[tag a b]", 1, -1, ""},
+        {"[resource a b]", 0, -1, ""}, {"[resource]", 0, -1, ""}, {"[]", 0, -1, ""}, {"resource a]", 0, -1, ""}, {"[resource a", 0, -1, ""},
+        {"[resource a]]", 0, -1, ""}, {"[resource a] b]", 0, -1, ""}, {"[resource\ta]", 0, -1, ""}, {"[tag a]", 0, -1, ""},
+        {"[Resource a]", 0, -1, ""}, {"[tag a]", 1, 0, "tag=a;"}, {"\"[tag a] [resource b]\"", 1, 0, "tag=a;resource=b;"}, {"[tag a b]", 1, -1, ""},
     };
     for (const auto& c : cases) {
         Tags tags{{"resource", "stale"}};
-        EXPECT_EQ(parseLocalResources(c.text, tags, c.flag), c.result) << c.text << " flag " << c.flag;
-        if (c.result != -1) {
-            EXPECT_EQ(describe(tags), c.tags) << c.text;
-        }
+        const int result = parseLocalResources(c.text, tags, c.flag);
+        std::string got;
+        for (const LOCAL_RESOURCE& tag : tags) got += tag.Name + "=" + tag.Value + ";";
+        EXPECT_EQ(std::to_string(result) + (result == -1 ? "" : got), std::to_string(c.result) + c.tags) << c.text << " flag " << c.flag;
     }
 }
 
 using ResourcesFiles = test::TempDirTest;
 
 TEST_F(ResourcesFiles, MergeAndHarvestingCheck) {
+    const std::string k = "ORV_LOCAL_RESOURCES=";
     const struct {
         std::string before, add, after;
     } merges[] = {
-        {"ORV_WORKDIR=/opt/orv", "[resource scvg]", "ORV_WORKDIR=/opt/orv\nORV_LOCAL_RESOURCES=\"[resource scvg]\"\n"},
-        {"ORV_LOCAL_RESOURCES=\"[resourcemap 1*b]\"\n", "[resource c] [resourcemap 2*b] [resource c] [resourcemap 1*b]",
-         "ORV_LOCAL_RESOURCES=\"[resourcemap 1*b] [resource c] [resourcemap 2*b] [resource c]\"\n"},
-        {"#ORV_LOCAL_RESOURCES=\"[resource old]\"\n   ORV_LOCAL_RESOURCES=\"[tag x]\"   #  site\n\tK=1\n", "[resource y]",
-         "#ORV_LOCAL_RESOURCES=\"[resource old]\"\nORV_LOCAL_RESOURCES=\"[tag x] [resource y]\" #  site\nK=1\n"},
+        {"ORV_WORKDIR=/opt/orv", "[resource scvg]", "ORV_WORKDIR=/opt/orv\n" + k + "\"[resource scvg]\"\n"},
+        {k + "\"[resourcemap 1*b]\"\n", "[resource c] [resourcemap 2*b] [resource c] [resourcemap 1*b]",
+         k + "\"[resourcemap 1*b] [resource c] [resourcemap 2*b] [resource c]\"\n"},
+        {"#" + k + "\"[resource old]\"\n   " + k + "\"[tag x]\"   #  site\n\tK=1\n", "[resource y]",
+         "#" + k + "\"[resource old]\"\n" + k + "\"[tag x] [resource y]\" #  site\nK=1\n"},
     };
     for (const auto& c : merges) {
         write("orv.conf", c.before);
@@ -61,16 +51,12 @@ TEST_F(ResourcesFiles, MergeAndHarvestingCheck) {
         EXPECT_EQ(read("orv.conf"), c.after);
     }
     const struct {
-        const char* conf;
+        std::string conf;
         int result;
-    } checks[] = {
-        {"ORV_LOCAL_RESOURCES=\"[resourcemap 1*x] [resource svrscvg] [resource scvg]\"\n", 2},
-        {"ORV_LOCAL_RESOURCES=\"[resource scvg]\"\n", 1}, {"ORV_LOCAL_RESOURCES=\"[resource a] [resource vmscvg]\"\n", 3},
-        {"ORV_LOCAL_RESOURCES=\"[resource SCVG]\"\n", 0}, {"ORV_LOCAL_RESOURCES=\"[resourcemap scvg] [tag scvg]\"\n", 0},
-        {"#ORV_LOCAL_RESOURCES=\"[resource scvg]\"\nORV_LOCAL_RESOURCES=\"[resource vmscvg]\"\n", 3},
-        {"#ORV_LOCAL_RESOURCES=\"[resource scvg]\"\n", 0}, {"ORV_LOCAL_RESOURCES=\n", 0},
-        {"ORV_LOCAL_RESOURCES=\"[resource a b]\"\n", -1},
-    };
+    } checks[] = {{k + "\"[resourcemap 1*x] [resource svrscvg] [resource scvg]\"\n", 2}, {k + "\"[resource scvg]\"\n", 1},
+                  {k + "\"[resource a] [resource vmscvg]\"\n", 3}, {k + "\"[resource SCVG]\"\n", 0}, {k + "\"[resourcemap scvg] [tag scvg]\"\n", 0},
+                  {"#" + k + "\"[resource scvg]\"\n" + k + "\"[resource vmscvg]\"\n", 3}, {"#" + k + "\"[resource scvg]\"\n", 0},
+                  {k + "\n", 0}, {k + "\"[resource a b]\"\n", -1}};
     for (const auto& c : checks) {
         write("orv.conf", c.conf);
         EXPECT_EQ(checkScavengingResourceTag(dir_), c.result) << c.conf;
