@@ -216,7 +216,7 @@ mg_add_zt() {
 # runs the binary there (answers from $ANSWERS, one per word), prints its merged output,
 # then a diff -U0 of every file the run changed, made or removed ("+++ path" each; no diff:
 # nothing changed) and returns its status; `each CMD ARG...` runs `orv CMD ARG` per ARG
-# (split at blanks), one line each: "ARG: output lines joined by ' | ' [status]", then its
+# (ARG as shell words), one line each: "ARG: output lines joined by ' | ' [status]", then its
 # diff. $T and its resolved path print as "$T"; `names` reduces each diff to one line
 # "+++ path path ...".
 fixture() {
@@ -259,8 +259,7 @@ each() {
     local cmd=$1 a st
     shift
     for a; do
-        # shellcheck disable=SC2086 # ARG holds several words
-        orv_run $cmd $a
+        eval "orv_run $cmd $a"
         st=$?
         printf '%s: %s [%s]\n' "$(orv_paths <<<"$a")" "$(orv_paths <orv.out | sed ':a;N;$!ba;s/\n/ | /g')" "$st"
         cat orv.diff

@@ -61,7 +61,7 @@ skipped (none at all still succeeds); every port up to 65535 although the messag
 Refusals that change nothing: texts that are not plain digits (before the environment is
 looked at) or out of range (after it), and a busy port.
 
-  $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 9000x -9000 +9000 1024 65536 0 4294976296 123456789012345678901234567890
+  $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 9000x -9000 +9000 1024 65536 0 4294976296 123456789012345678901234567890 "' 9000'" "''"
   9000x: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   -9000: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   +9000: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
@@ -70,12 +70,8 @@ looked at) or out of range (after it), and a busy port.
   0: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   4294976296: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   123456789012345678901234567890: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  $ orv hovhdfsport set ' 9000'; orv hovhdfsport set ''
-  Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532.
-  Command failed.
-  Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532.
-  Command failed.
-  [255]
+  ' 9000': Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
+  '': Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   $ ORV_UNSET=ORV_CONFDIR each 'hovhdfsport set' 9z 1024
   9z: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   1024: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]

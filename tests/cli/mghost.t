@@ -2,68 +2,35 @@ mghost: the master (hostA) promoted onto the shared top, then a candidate; the p
 vos, kirn and zt; the confirmations; refusals that change nothing.
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
-  $ fixture master; orv mghost "$SHARE" -f | tee promoted
+  $ fixture master; orv mghost "$SHARE" -f | tee promoted | names
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
-  +++ share/kernel/conf/ResourceGroups.xml
-  @@ -0,0 +1,9 @@
-  +<?xml version="1.0" encoding="UTF-8"?>
-  +<ResourceGroups>
-  +    <ResourceGroup ResourceGroupName="ManagementHosts">
+  +++ share/kernel/conf/ResourceGroups.xml share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf share/kernel/conf/orv.shared share/kernel/conf/services/profiles/default.conf share/kernel/conf/services/rs.xml top/kernel/conf/cshrc.orv top/kernel/conf/orv.conf top/kernel/conf/profile.orv
+
+The copies against the originals (the resource group and the cluster file rewritten for
+management hosts, the copied orv.conf edited), and the local scripts' new lines.
+
+  $ diff -rU0 "$T.before/top/kernel/conf" "$SHARE/kernel/conf" | sed -e '/^diff\|^---/d' -e 's|^+++ .*/\([^/	]*\).*|\1:|' | orv_paths; sed -n '/^+++ top/,$p' promoted | grep '^+[^+]'
+  ResourceGroups.xml:
+  @@ -4,3 +4 @@
+  -        <ResourceList>
+  -            <Resource>hostA</Resource>
+  -        </ResourceList>
   +        <ResourceRequirement>select(mg)</ResourceRequirement>
-  +    </ResourceGroup>
-  +    <ResourceGroup ResourceGroupName="ComputeHosts">
-  +        <ResourceRequirement>select(!mg)</ResourceRequirement>
-  +    </ResourceGroup>
-  +</ResourceGroups>
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -0,0 +1,8 @@
-  +Begin ClusterAdmins
-  +Administrators = orvadmin
-  +End ClusterAdmins
-  +
-  +Begin Host
-  +HOSTNAME  model    type        server r1m  mem  swp  RESOURCES    #Keywords
+  Only in $T.before/top/kernel/conf: cshrc.orv
+  orv.cluster.cluster1:
+  @@ -7 +7 @@
+  -hostA     !        !           1      -    -    -    (linux)
   +hostA     !        !            1     -    -    -   (mg linux)
-  +End Host
-  +++ share/kernel/conf/orv.conf
-  @@ -0,0 +1,6 @@
-  +# ORV kernel configuration
-  +ORV_MASTER_LIST="hostA hostB hostC"
-  +ORV_LIM_PORT=7869
-  +ORV_KD_PORT=7870
-  +ORV_WORKDIR=$T/share/kernel/work
-  +ORV_SHARED_CONFDIR=$T/share/kernel/conf
-  +++ share/kernel/conf/orv.shared
-  @@ -0,0 +1,4 @@
-  +Begin Cluster
-  +ClusterName
-  +cluster1
-  +End Cluster
-  +++ share/kernel/conf/services/profiles/default.conf
-  @@ -0,0 +1 @@
-  +PROFILE_VERSION=2
-  +++ share/kernel/conf/services/rs.xml
-  @@ -0,0 +1,3 @@
-  +<Service name="rs">
-  +\t<Port>7875</Port>   (esc)
-  +</Service>
-  +++ top/kernel/conf/cshrc.orv
-  @@ -2 +2 @@
-  -setenv ORV_CONFDIR $ORV_TOP/kernel/conf
-  +setenv ORV_CONFDIR $T/share/kernel/conf
-  @@ -4 +4 @@
-  -setenv ORV_OSRVDIR $ORV_TOP/oservice
-  +setenv ORV_OSRVDIR $T/share/oservice
-  +++ top/kernel/conf/orv.conf
-  @@ -5 +5 @@
+  orv.conf:
+  @@ -5 +5,2 @@
   -ORV_WORKDIR=$T/top/kernel/work
   +ORV_WORKDIR=$T/share/kernel/work
-  +++ top/kernel/conf/profile.orv
-  @@ -2 +2 @@
-  -ORV_CONFDIR=$ORV_TOP/kernel/conf
+  +ORV_SHARED_CONFDIR=$T/share/kernel/conf
+  Only in $T.before/top/kernel/conf: profile.orv
+  +setenv ORV_CONFDIR $T/share/kernel/conf
+  +setenv ORV_OSRVDIR $T/share/oservice
+  +ORV_WORKDIR=$T/share/kernel/work
   +ORV_CONFDIR=$T/share/kernel/conf
-  @@ -4 +4 @@
-  -ORV_OSRVDIR=$ORV_TOP/oservice
   +ORV_OSRVDIR=$T/share/oservice
   $ fixture master; orv mghost "$SHARE///" -f | cmp - promoted && echo same
   same
@@ -99,10 +66,8 @@ master it is refused.
   +++ share/kernel/conf/orv.cluster.cluster1
   @@ -7,0 +8 @@
   +hostB     !        !            1     -    -    -   (linux mg)
-  $ fixture master; mg_setup_candidate hostB; orv mghost "$SHARE" -f
-  The shared directory path was not found. Ensure that: (1) <orvconfig mghost> has been run on the Master Host; and (2) the correct shared directory path is used.
-  Command failed.
-  [255]
+  $ fixture master; mg_setup_candidate hostB; each mghost "$SHARE -f"
+  $T/share -f: The shared directory path was not found. Ensure that: (1) <orvconfig mghost> has been run on the Master Host; and (2) the correct shared directory path is used. | Command failed. [255]
 
 On a host still using its local directory: a relative path, vos, kirn and zt refused; not
 an administrator.
@@ -143,10 +108,8 @@ and on a candidate; a product not listed, and n at its question.
   @@ -1 +1 @@
   -ZT_CONFDIR=$T/zt/conf
   +ZT_CONFDIR=$T/share/zt/conf
-  $ fixture master; mg_share_master; mg_setup_candidate hostB; mg_add_vos "$CTOP"; orv mghost vos -f
-  Please run orvconfig mghost SHARED_TOP [-f] firstly
-  Command failed.
-  [255]
+  $ fixture master; mg_share_master; mg_setup_candidate hostB; mg_add_vos "$CTOP"; each mghost 'vos -f'
+  vos -f: Please run orvconfig mghost SHARED_TOP [-f] firstly | Command failed. [255]
 
 head.conf: broken, commented and mismatched lines are passed over; a trailing comment is
 stripped, empty fields vanish. Without head.conf the products are skipped.
@@ -166,10 +129,8 @@ stripped, empty fields vanish. Without head.conf the products are skipped.
 The change scripts: no .install, a missing script (master or candidate), a link at a
 copy's path, an environment without ORV_TOP.
 
-  $ fixture master; rm -r "$TOP/.install"; orv mghost "$SHARE" -f
-  Warning: Cannot find the .install configuration, the old version will be running
-  Command failed.
-  [255]
+  $ fixture master; rm -r "$TOP/.install"; each mghost "$SHARE -f"
+  $T/share -f: Warning: Cannot find the .install configuration, the old version will be running | Command failed. [255]
   $ fixture master; rm "$TOP/.install/mgmasterupdate.txt"; orv mghost "$SHARE" -f | names
   Cannot open the file $T/top/.install/mgmasterupdate.txt.
   Cannot open the file $T/top/.install/mgmasterupdate.txt.tmp.

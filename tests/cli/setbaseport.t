@@ -50,8 +50,7 @@ With sd.xml and SD.xml the block has seven ports and both profiles move.
   B B+1 B+2 B+3 B+3 B+5 B+6 B+10 B+11 B+4 B+5 B+6 
 
 Only the profiles that exist are edited and orv.conf keys are never added; a commented line
-holding the key becomes the active line. Repeated elements all change, comments and other
-keys stay; an element split over lines gets its value after the name line.
+holding the key becomes the active line.
 
   $ setup plain; rm -r "$TOP/oservice" "$TOP/kernel/oservice"; printf '# ORV kernel configuration\n#ORV_KD_PORT=1\nORV_PEM_PORT =\t7871   \n' >"$CONF/orv.conf"
   $ orv setbaseport $B | rel
@@ -62,39 +61,20 @@ keys stay; an element split over lines gets its value after the name line.
   -ORV_PEM_PORT =\t7871    (esc)
   +ORV_KD_PORT=B+1
   +ORV_PEM_PORT=B+2
-  $ setup plain; printf '<!-- <Environment name="REPOSITORY_SERVICE_PORT">1</Environment> -->\n<Service name="RS">\n    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>\n    <Environment name="REPOSITORY_SERVICE_PORT"></Environment>\n    <Environment name="REPOSITORY_SERVICE_HOST">hostA</Environment>\n</Service>\n' >"$S/rs.xml"
-  $ orv setbaseport $B | rel | sed -n '/^+++ .*rs.xml/,$p'
-  +++ top/oservice/osc/conf/services/rs.xml
-  @@ -3,2 +3,2 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>
-  -    <Environment name="REPOSITORY_SERVICE_PORT"></Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
-  $ setup plain; printf '<Service name="RS">\n    <Environment name="REPOSITORY_SERVICE_PORT"\n        description="port of the repository service, given on its own line">7873</Environment>\n</Service>\n' >"$S/rs.xml"
-  $ orv setbaseport $B | rel | sed -n '/^+++ .*rs.xml/,$p'
-  +++ top/oservice/osc/conf/services/rs.xml
-  @@ -2,2 +2,2 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT"
-  -        description="port of the repository service, given on its own line">7873</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4
-  +</Environment>
 
 Base ports that are not plain digits are refused before anything is read; out of range
 ones after the administrator check.
 
-  $ setup plain; ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR" each setbaseport 7a69 -5 +5 0x401 1025.0 '１０２５'
+  $ setup plain; ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR" each setbaseport 7a69 -5 +5 0x401 1025.0 '１０２５' "' 5'" "'5 '"
   7a69: Invalid base port 7a69. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   -5: Invalid base port -5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   +5: Invalid base port +5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   0x401: Invalid base port 0x401. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   1025.0: Invalid base port 1025.0. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95: Invalid base port \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95. The base port must be larger than 1024 and less than 65532. | Command failed. [255] (esc)
-  $ export ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR"; orv setbaseport ' 5'; orv setbaseport '5 '; unset ORV_UNSET
-  Invalid base port  5. The base port must be larger than 1024 and less than 65532.
-  Command failed.
-  Invalid base port 5 . The base port must be larger than 1024 and less than 65532.
-  Command failed.
-  $ each setbaseport 1024 0 000001024 65532 99999 4294968321 123456789012345678901234567890; orv setbaseport ''
+  ' 5': Invalid base port  5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  '5 ': Invalid base port 5 . The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  $ each setbaseport 1024 0 000001024 65532 99999 4294968321 123456789012345678901234567890 "''"
   1024: Invalid base port 1024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   0: Invalid base port 0. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   000001024: Invalid base port 000001024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
@@ -102,26 +82,19 @@ ones after the administrator check.
   99999: Invalid base port 99999. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   4294968321: Invalid base port 4294968321. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   123456789012345678901234567890: Invalid base port 123456789012345678901234567890. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  Invalid base port . The base port must be larger than 1024 and less than 65532.
-  Command failed.
-  [255]
+  '': Invalid base port . The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   $ sed -i 's/= orvadmin/= someoneelse/' "$CONF/orv.cluster.cluster1"; each setbaseport 1024
   1024: You must be cluster administrator [someoneelse] to use orvconfig. | Command failed. [255]
 
 Every busy port of the block is named and nothing changes; the sd ports join the probe only
 when an sd profile exists.
 
-  $ setup plain; orv_hold_ports $((B + 1)) $((B + 4)); orv setbaseport $B | rel
-  The port B+1 is in use.
-  The port B+4 is in use.
-  Command failed.
-  [255]
+  $ setup plain; orv_hold_ports $((B + 1)) $((B + 4)); each setbaseport $B | rel
+  B: The port B+1 is in use. | The port B+4 is in use. | Command failed. [255]
   $ setup plain; orv_hold_ports $((B + 5)) $((B + 10)); orv setbaseport $B | rel | grep -v '^[-+@]'
   Communication ports have been changed. The new base port is B.
-  $ sd "$S/sd.xml"; orv setbaseport $B | rel
-  The port B+5 is in use.
-  Command failed.
-  [255]
+  $ sd "$S/sd.xml"; each setbaseport $B | rel
+  B: The port B+5 is in use. | Command failed. [255]
 
 A shared host: both sides move, the shared side's vos.conf found through ORV_TOP; both passes
 take mrss.xml from the shared directory; the block size comes from the local services.
@@ -156,17 +129,12 @@ side fails it after the other edits, with nothing rolled back.
 A local directory named with \conf falls back to conf.old; another one fails.
 
   $ setup plain; mv "$CONF" "$TOP/kernel/conf.old"; ORV_CONFDIR_DIR=$TOP/kernel/conf.old ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\conf"
-  $ orv setbaseport $B | rel | grep '^[A-Z$]\|^+++'
+  $ orv setbaseport $B | rel | names
   $T/top/kernel\conf does not exist.
   Communication ports have been changed. The new base port is B.
-  +++ top/kernel/conf.old/orv.conf
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  +++ top/oservice/osc/conf/services/mrss.xml
-  +++ top/oservice/osc/conf/services/rs.xml
-  $ ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\none"; orv setbaseport $B
-  Command failed.
-  [255]
+  +++ top/kernel/conf.old/orv.conf top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/mrss.xml top/oservice/osc/conf/services/rs.xml
+  $ ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\none"; each setbaseport $B | rel
+  B: Command failed. [255]
 
 The bounds: 1025 and 65531 without sd profiles, 65529 with one (65530 refused); the shuffle
 ports are neither probed nor bounded. Fails loudly if these fixed ports are busy here.
