@@ -2,7 +2,7 @@ unsetmghost on hostB, a candidate promoted after the master hostA (fixture demot
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
   $ list() { sed -i "s|^ORV_MASTER_LIST=.*|ORV_MASTER_LIST=\"$*\"|" "$SCONF/orv.conf" "$CCONF/orv.conf"; }
-  $ lists() { grep -A2 'ORV_MASTER_LIST\|orv.cluster' | grep -v '^--\|^+++ top\|^@@ -[25] ' | cut -c1-60; }
+  $ lists() { perl -ne 'push @r, $1 if /^-(\S+) .*\(linux mg\)$/; push @l, "[$1]" if /^\+ORV_MASTER_LIST=(.*)/; END { print "removed @r; lists @l\n" }'; }
   $ fixture demote; orv unsetmghost -f | tee demoted
   The host will use configuration files on a local directory. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
   This host no longer uses the shared configuration directory.  This host cannot be used as a master candidate.
@@ -45,80 +45,36 @@ outside the list, qualified names.
   $ fixture demote; ORV_HOSTNAME=hostA ORV_LOCAL_CONFDIR_DIR=$CONF ORV_TOP_DIR=$TOP each unsetmghost -f
   -f: You cannot run this command on the master host. | Command failed. [255]
   $ fixture demote; ORV_HOSTNAME=hostC orv unsetmghost -f | lists
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -9 +8,0 @@
-  -hostC     !        !            1     -    -    -   (linux 
-  -ORV_MASTER_LIST="hostA hostB hostC"
-  +ORV_MASTER_LIST="hostA hostB"
-  -ORV_MASTER_LIST="hostA hostB hostC"
-  +ORV_MASTER_LIST="hostA hostB"
-  -ORV_WORKDIR=$T/share/kernel/work
+  removed hostC; lists ["hostA hostB"] ["hostA hostB"]
   $ fixture demote; ORV_HOSTNAME=hostD; sed -i "/^End Host/i hostD.lab.local !        !            1     -    -    -   (linux mg)" "$SCONF/orv.cluster.cluster1"
   $ orv unsetmghost -f | lists
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -10 +9,0 @@
-  -hostD.lab.local !        !            1     -    -    -   (
+  removed hostD.lab.local; lists 
   $ fixture demote; list hostA.lab.local hostC.lab.local hostB.lab.local hostD; orv unsetmghost -f | lists
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -8 +7,0 @@
-  -hostB     !        !            1     -    -    -   (linux 
-  -ORV_MASTER_LIST="hostA.lab.local hostC.lab.local hostB.lab.
-  +ORV_MASTER_LIST="hostA.lab.local hostC.lab.local"
-  -ORV_MASTER_LIST="hostA.lab.local hostC.lab.local hostB.lab.
-  +ORV_MASTER_LIST="hostA.lab.local hostC.lab.local"
-  -ORV_WORKDIR=$T/share/kernel/work
+  removed hostB; lists ["hostA.lab.local hostC.lab.local"] ["hostA.lab.local hostC.lab.local"]
 
 More than 127 candidates wrap the 8-bit step counter (fillers are addresses: no lookups).
 
   $ fillers() { for i in $(seq 1 "$1"); do echo "10.9.$((i / 250)).$((i % 250 + 1))"; done; }
   $ fixture demote; list hostA hostB $(fillers 128); orv unsetmghost -f | lists
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -8 +7,0 @@
-  -hostB     !        !            1     -    -    -   (linux 
-  -ORV_MASTER_LIST="hostA hostB 10.9.0.2 10.9.0.3 10.9.0.4 10.
-  +ORV_MASTER_LIST=
-  -ORV_MASTER_LIST="hostA hostB 10.9.0.2 10.9.0.3 10.9.0.4 10.
-  +ORV_MASTER_LIST=
-  -ORV_WORKDIR=$T/share/kernel/work
+  removed hostB; lists [] []
   $ fixture demote; ORV_HOSTNAME=hostD; list hostA $(fillers 256); orv unsetmghost -f | lists
-  -ORV_MASTER_LIST="hostA 10.9.0.2 10.9.0.3 10.9.0.4 10.9.0.5 
-  +ORV_MASTER_LIST="hostA"
-  -ORV_MASTER_LIST="hostA 10.9.0.2 10.9.0.3 10.9.0.4 10.9.0.5 
-  +ORV_MASTER_LIST="hostA"
-  -ORV_WORKDIR=$T/share/kernel/work
-  $ fixture demote; ORV_HOSTNAME=hostD; list hostA hostB $(fillers 125); orv unsetmghost -f | names
-  The host will use configuration files on a local directory. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
-  This host no longer uses the shared configuration directory.  This host cannot be used as a master candidate.
-  +++ top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/orv.conf top-hostB/kernel/conf/profile.orv
+  removed ; lists ["hostA"] ["hostA"]
+  $ fixture demote; ORV_HOSTNAME=hostD; list hostA hostB $(fillers 125); orv unsetmghost -f | lists
+  removed ; lists 
 
 Performance scripts and the batch product of this cluster are pointed back at the local
 top; a batch product of another cluster is left alone.
 
   $ fixture demote; mkdir -p "$CTOP/perf/conf"
   $ printf 'setenv PERF_CONFDIR %s/perf/conf\n' "$SHARE" >"$CTOP/perf/conf/cshrc.perf"; printf 'PERF_CONFDIR=%s/perf/conf\n' "$SHARE" >"$CTOP/perf/conf/profile.perf"
-  $ orv unsetmghost -f | grep -A4 perf
-  +++ top-hostB/perf/conf/cshrc.perf
-  @@ -1 +1 @@
-  -setenv PERF_CONFDIR $T/share/perf/conf
+  $ orv unsetmghost -f | grep '^+.*PERF_CONFDIR'
   +setenv PERF_CONFDIR $T/top-hostB/perf/conf
-  +++ top-hostB/perf/conf/profile.perf
-  @@ -1 +1 @@
-  -PERF_CONFDIR=$T/share/perf/conf
   +PERF_CONFDIR=$T/top-hostB/perf/conf
   $ vos() { fixture demote; mg_add_vos "$CTOP"; VOS_ENVDIR_DIR=$CTOP/vos/conf; sed -i "s|^VOS_ORV_ENVDIR=.*|VOS_ORV_ENVDIR=$1|" "$CTOP/vos/conf/vos.conf"; sed -i "s|\$VOS_TOP|$SHARE/vos|" "$CTOP/vos/conf/"*.vos; }
-  $ vos "$SCONF"; orv unsetmghost -f | grep -A4 'vos/conf'
-  +++ top-hostB/vos/conf/cshrc.vos
-  @@ -1 +1 @@
-  -setenv VOS_ENVDIR $T/share/vos/conf
+  $ vos "$SCONF"; orv unsetmghost -f | grep '^+.*VOS_ENVDIR'; vos "$T"; orv unsetmghost -f | grep '^+.*VOS_ENVDIR' || echo "another cluster's: left alone"
   +setenv VOS_ENVDIR $VOS_TOP/conf
-  +++ top-hostB/vos/conf/profile.vos
-  @@ -1 +1 @@
-  -VOS_ENVDIR=$T/share/vos/conf
   +VOS_ENVDIR=$VOS_TOP/conf
-  $ vos "$T"; orv unsetmghost -f | names
-  The host will use configuration files on a local directory. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
-  This host no longer uses the shared configuration directory.  This host cannot be used as a master candidate.
-  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/orv.conf top-hostB/kernel/conf/profile.orv
+  another cluster's: left alone
 
 A failed edit stops the demotion with its report key; nothing is rolled back.
 
