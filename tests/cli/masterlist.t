@@ -59,22 +59,16 @@ orv.conf a directory, a FIFO, missing.
   +ORV_MASTER_LIST="hostB hostC"
   $ sed -i '/^ORV_MASTER_LIST=/d' "$CONF/orv.conf"; each masterlist hostA
   hostA: The parameter [ORV_MASTER_LIST] cannot be found in file [$T/top/kernel/conf/orv.conf]. Please check your configuration file. | Command failed. [255]
-  $ rm "$CONF/orv.conf"; mkdir "$CONF/orv.conf"; each masterlist hostA
+  $ rm "$CONF/orv.conf"; mkdir "$CONF/orv.conf"; each masterlist hostA; rmdir "$CONF/orv.conf"; mkfifo "$CONF/orv.conf"; each masterlist hostA; rm "$CONF/orv.conf"; each masterlist hostA
   hostA: Cannot open file $T/top/kernel/conf/orv.conf. | Command failed. [255]
-  $ rmdir "$CONF/orv.conf"; mkfifo "$CONF/orv.conf"; each masterlist hostA
   hostA: Cannot open file $T/top/kernel/conf/orv.conf. | Command failed. [255]
-  $ rm "$CONF/orv.conf"; each masterlist hostA
   hostA: Command failed. [255]
 
 10,000-character arguments are neither truncated nor a crash.
 
-  $ ml_fixture; long=$(printf 'x%.0s' $(seq 10000)); commas=$(printf ',%.0s' $(seq 10000))
-  $ orv masterlist "hostA,$long" | sed 's/x\{10000\}/<10000 x>/'
-  [<10000 x>] is not a valid host name.
-  Command failed.
-  [255]
-  $ orv masterlist "hostB${commas}hostA" | sed 's/,\{10000\}/<10000 commas>/' | names
-  The master host failover order is hostB<10000 commas>hostA. To make changes take effect, restart ORV on the master host with the command orvsh orv restart.
+  $ ml_fixture; each masterlist "hostA,$(printf 'x%.0s' $(seq 10000))" "hostB$(printf ',%.0s' $(seq 10000))hostA" | sed 's/\(.\)\1\{9999\}/<10000 \1>/g' | names
+  hostA,<10000 x>: [<10000 x>] is not a valid host name. | Command failed. [255]
+  hostB<10000 ,>hostA: The master host failover order is hostB<10000 ,>hostA. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
   +++ top/kernel/conf/orv.conf
 
 The list is mirrored into vos.conf of VOS_ENVDIR (a refusal leaves it alone, none is made

@@ -49,14 +49,9 @@ questions take y or yes, an exhausted input answers n.
   export VOS_ENVDIR
   KIRN_VERSION=3.2
   KIRN_CONFDIR=$T/share/kirn/conf
-  $ fixture master; ANSWERS="Y y n" orv mghost "$SHARE"
-  This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]No changes. This host uses a local configuration directory.
-  Command failed.
-  [255]
-  $ orv mghost "$SHARE"
-  This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]No changes. This host uses a local configuration directory.
-  Command failed.
-  [255]
+  $ fixture master; ANSWERS="Y y n" each mghost "$SHARE"; each mghost "$SHARE"
+  $T/share: This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
+  $T/share: This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
 
 A candidate after the master applies only mgupdate.txt and joins as (linux mg); before the
 master it is refused.
@@ -94,11 +89,11 @@ and on a candidate; a product not listed, and n at its question.
   vos -f: Cannot find VOS installed | Command failed. [255]
   kirn -f: Cannot find kirn installed | Command failed. [255]
   zt -f: Cannot find Tessary Analytics installed | Command failed. [255]
-  $ mg_add_vos; mg_add_kirn; mg_add_zt; each mghost vos; orv mghost vos -f | names; orv mghost kirn -f | names; orv mghost zt -f
+  $ mg_add_vos; mg_add_kirn; mg_add_zt; each mghost vos; each mghost 'vos -f' 'kirn -f' | names; orv mghost zt -f
   vos: This host will use configuration files on a shared directory.  Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
-  The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
+  vos -f: The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again. [0]
   +++ share/vos/conf/vos.conf top/vos/conf/cshrc.vos top/vos/conf/profile.vos
-  The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
+  kirn -f: The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again. [0]
   +++ share/kirn/conf/deploy/cluster.xml share/kirn/conf/profile.kirn top/kirn/conf/profile.kirn
   Successful!
   +++ share/zt/conf/zt.conf
@@ -131,25 +126,14 @@ copy's path, an environment without ORV_TOP.
 
   $ fixture master; rm -r "$TOP/.install"; each mghost "$SHARE -f"
   $T/share -f: Warning: Cannot find the .install configuration, the old version will be running | Command failed. [255]
-  $ fixture master; rm "$TOP/.install/mgmasterupdate.txt"; orv mghost "$SHARE" -f | names
-  Cannot open the file $T/top/.install/mgmasterupdate.txt.
-  Cannot open the file $T/top/.install/mgmasterupdate.txt.tmp.
-  Error when disposing the config files
-  Command failed.
+  $ fixture master; rm "$TOP/.install/mgmasterupdate.txt"; each mghost "$SHARE -f" | names
+  $T/share -f: Cannot open the file $T/top/.install/mgmasterupdate.txt. | Cannot open the file $T/top/.install/mgmasterupdate.txt.tmp. | Error when disposing the config files | Command failed. [255]
   +++ share/kernel/conf/ResourceGroups.xml share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf share/kernel/conf/orv.shared share/kernel/conf/services/profiles/default.conf share/kernel/conf/services/rs.xml
-  [255]
-  $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; rm "$CTOP/.install/mgupdate.txt"; orv mghost "$SHARE" -f
-  Cannot open the file $T/top-hostB/.install/mgupdate.txt.
-  Cannot open the file $T/top-hostB/.install/mgupdate.txt.tmp.
-  Error when disposing the config files
-  Command failed.
-  [255]
-  $ fixture master; ln -s "$T/planted" "$TOP/.install/mgconf.txt.tmp"; orv mghost "$SHARE" -f | grep -v '^[-+@]'; test ! -e "$T/planted" && ls "$TOP/.install"
+  $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; rm "$CTOP/.install/mgupdate.txt"; each mghost "$SHARE -f"
+  $T/share -f: Cannot open the file $T/top-hostB/.install/mgupdate.txt. | Cannot open the file $T/top-hostB/.install/mgupdate.txt.tmp. | Error when disposing the config files | Command failed. [255]
+  $ fixture master; ln -s "$T/planted" "$TOP/.install/mgconf.txt.tmp"; orv mghost "$SHARE" -f | grep -v '^[-+@]'; test ! -e "$T/planted" && ls "$TOP/.install" | paste -sd" "
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
   diff: $T/top/.install/mgconf.txt.tmp: No such file or directory
-  head.conf
-  mgconf.txt
-  mgmasterupdate.txt
-  mgupdate.txt
+  head.conf mgconf.txt mgmasterupdate.txt mgupdate.txt
   $ fixture master; ORV_UNSET=ORV_TOP each mghost "$SHARE -f"
   $T/share -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
