@@ -78,6 +78,8 @@ configuration.
   +ORV_MASTER_LIST="hostB"
   $ fixture; sed -i '/ORV_MASTER_LIST/d' "$CONF/orv.conf"; each join 'hostA -f'
   hostA -f: The parameter [ORV_MASTER_LIST] cannot be found in file [$T/top/kernel/conf/orv.conf]. Please check your configuration file. | Command failed. [255]
+  $ fixture; rm "$CONF/orv.conf"; each join 'hostA -f'
+  hostA -f: Command failed. [255]
 
 A resource group file without the placeholder is left alone; a missing one fails after
 orv.conf and the cluster file changed.

@@ -122,7 +122,7 @@ stripped, empty fields vanish. Without head.conf the products are skipped.
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
 
 The change scripts: no .install, a missing script (master or candidate), a link at a
-copy's path, an environment without ORV_TOP.
+copy's path, a link back up a copied tree (reported, skipped), no ORV_TOP.
 
   $ fixture master; rm -r "$TOP/.install"; each mghost "$SHARE -f"
   $T/share -f: Warning: Cannot find the .install configuration, the old version will be running | Command failed. [255]
@@ -135,5 +135,7 @@ copy's path, an environment without ORV_TOP.
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
   diff: $T/top/.install/mgconf.txt.tmp: No such file or directory
   head.conf mgconf.txt mgmasterupdate.txt mgupdate.txt
+  $ fixture master; ln -s .. "$CONF/services/loop"; each mghost "$SHARE -f" | grep -v '^[-+@]'
+  $T/share -f: Cannot make the directory $T/share/kernel/conf/services/loop/services,error number 40 | The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again. [0]
   $ fixture master; ORV_UNSET=ORV_TOP each mghost "$SHARE -f"
   $T/share -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]

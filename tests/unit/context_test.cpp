@@ -1,6 +1,9 @@
 // The cluster name read from orv.shared and the administrator check: the corners of their
-// parsing that no transcript reaches (extra words, comments, sections, commas).
+// parsing that no transcript reaches (extra words, comments, sections, commas); and a
+// configuration directory the caller cannot write (as root every one is writable, so the
+// check runs as "nobody").
 #include "context/cluster_identity.hpp"
+#include "context/environment.hpp"
 #include "fixture.hpp"
 
 namespace orv {
@@ -59,6 +62,12 @@ TEST_F(ClusterIdentity, Administrators) {
     });
     EXPECT_EQ(run.output + std::to_string(run.result),
               "You must be cluster administrator [] to use orvconfig.\nCannot open the file " + dir_ + "/absent.\n4");
+}
+
+TEST_F(ClusterIdentity, ConfigurationDirectoryMustBeWritable) {
+    ASSERT_EQ(::mkdir(path("ro").c_str(), 0555), 0);
+    const test::ChildRun run = inChild([&] { return checkDirectory(path("ro")); }, true);
+    EXPECT_EQ(run.output + std::to_string(run.result), "You do not have permission to modify the cluster configuration directory " + path("ro") + ".\n255");
 }
 
 }  // namespace
