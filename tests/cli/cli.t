@@ -70,21 +70,15 @@ writes anything.
   'hovhdfs x' [255] orvconfig: Illegal option -hovhdfs
   ' x' [255] orvconfig: Illegal option -
   $ u() { orv_run "$@"; echo "$* [$?] $(tr '\n' '|' <orv.out)"; cat orv.diff; }
-  $ for a in masterlist 'masterlist hostA hostB -f' 'masterlist hostA,hostB -f -f' join 'join m -F' 'join hostB -f extra' mghost 'mghost vos --f' 'unsetmghost f' setbaseport 'setbaseport 20000 -f' addresourceattr 'addresourceattr resource a' hovhdfsport 'hovhdfsport Show' 'hovhdfsport set' 'hovhdfsport show -f'; do u $a; done 2>/dev/null
+  $ for a in masterlist 'masterlist hostA,hostB -f -f' 'join m -F' 'join hostB -f extra' 'mghost vos --f' 'unsetmghost f' 'setbaseport 20000 -f' addresourceattr 'hovhdfsport Show' 'hovhdfsport set' 'hovhdfsport show -f'; do u $a; done 2>/dev/null
   masterlist [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
-  masterlist hostA hostB -f [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
   masterlist hostA,hostB -f -f [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
-  join [255] |Usage: orvconfig join master_name [-f]|
   join m -F [255] |Usage: orvconfig join master_name [-f]|
   join hostB -f extra [255] |Usage: orvconfig join master_name [-f]|
-  mghost [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
   mghost vos --f [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
   unsetmghost f [255] |Usage: orvconfig unsetmghost [-f]|
-  setbaseport [255] |Usage: orvconfig setbaseport base_port_no|
   setbaseport 20000 -f [255] |Usage: orvconfig setbaseport base_port_no|
   addresourceattr [255] |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."|
-  addresourceattr resource a [255] |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."|
-  hovhdfsport [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
   hovhdfsport Show [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
   hovhdfsport set [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
   hovhdfsport show -f [255] |Usage: orvconfig hovhdfsport <show|set> <port>|

@@ -87,11 +87,7 @@ orv_hold_ports() {
     for i in $(seq 100); do [ -e "$ready" ] && return 0; kill -0 "$!" 2>/dev/null || break; sleep 0.05; done
     echo "could not hold ports $*" >&2 && return 1
 }
-orv_release_ports() {
-    local pid
-    for pid in ${ORV_HOLDER_PIDS:-}; do kill "$pid" 2>/dev/null; wait "$pid" 2>/dev/null; done
-    ORV_HOLDER_PIDS=
-}
+orv_release_ports() { local p; for p in ${ORV_HOLDER_PIDS:-}; do kill "$p" && wait "$p"; done 2>/dev/null; ORV_HOLDER_PIDS=; }
 # rel: ports from $B to $B+19 print as B, B+1, ...: random free bases give fixed transcripts.
 rel() { perl -pe 's/(?<!\d)(\d+)(?!\d)/$1 >= $ENV{B} && $1 < $ENV{B} + 20 ? ($1 == $ENV{B} ? "B" : "B+" . ($1 - $ENV{B})) : $1/ge'; }
 
@@ -243,25 +239,18 @@ orvx() {
 }
 # orv_run ARGS...: runs in the tree; output in ./orv.out, diff in ./orv.diff, status returned.
 orv_run() {
-    rm -rf "$T.before" && cp -a "$T" "$T.before"
-    orvx "$@" >orv.out 2>&1
+    rm -rf "$T.before" && cp -a "$T" "$T.before" && orvx "$@" >orv.out 2>&1
     local st=$?
     diff -U0 -rN --no-dereference "$T.before" "$T" 2>&1 | sed -e '/^diff /d' -e '/^--- /d' -e '/ is a fifo while file /d' \
         -e 's/^\(+++ .*\)	[0-9-]* [0-9:.]* [+-][0-9]*$/\1/' -e "s|^+++ $T/\([^	]*\).*|+++ \1|" | orv_paths >orv.diff
     return "$st"
 }
-orv() {
-    orv_run "$@"
-    local st=$?
-    orv_paths <orv.out && cat orv.diff && return "$st"
-}
+orv() { orv_run "$@"; local st=$?; orv_paths <orv.out && cat orv.diff && return "$st"; }
 each() {
     local cmd=$1 a st
-    shift
-    for a; do
+    for a in "${@:2}"; do
         eval "orv_run $cmd $a"
         st=$?
-        printf '%s: %s [%s]\n' "$(orv_paths <<<"$a")" "$(orv_paths <orv.out | sed ':a;N;$!ba;s/\n/ | /g')" "$st"
-        cat orv.diff
+        printf '%s: %s [%s]\n' "$(orv_paths <<<"$a")" "$(orv_paths <orv.out | sed ':a;N;$!ba;s/\n/ | /g')" "$st" && cat orv.diff
     done
 }

@@ -6,23 +6,18 @@ with its own configuration and on one that reads a shared directory (a random fr
   $ setup() { fixture "$@"; S=$TOP/oservice/osc/conf/services; export B; B=$(orv_free_base 1); }
   $ show() { printf '<Service>\n%s\n</Service>\n' "$@" >"$S/namenode.xml"; orv hovhdfsport show; }
 
-show: the NameNode's port, 0 without a profile or element; the last element outside comments,
-as far as its number goes; a value running past its line ends the scan (an empty value).
+show: the NameNode's port (the value rules are the XML reader's) as far as its number goes,
+0 without a profile or element; a profile that cannot be read fails; a shared host reads the
+shared profile.
 
   $ setup plain; orv hovhdfsport show; hdfs "$S" 8020; orv hovhdfsport show
   0 will be used as the HDFS service port, set as HOV_HDFS_PORT.
   8020 will be used as the HDFS service port, set as HOV_HDFS_PORT.
-  $ show '<Environment name="HOV_HDFS_HOST">x</Environment>'
+  $ show '<Environment name="HOV_HDFS_HOST">x</Environment>'; show '<Environment name="HOV_HDFS_PORT"> 9000 (RPC)</Environment>'
   0 will be used as the HDFS service port, set as HOV_HDFS_PORT.
-  $ show '<Environment name="HOV_HDFS_PORT">8020</Environment>' '<Environment name="HOV_HDFS_PORT"> 9000 (the RPC port)</Environment>' '<!-- <Environment name="HOV_HDFS_PORT">7000</Environment> -->'
   9000 will be used as the HDFS service port, set as HOV_HDFS_PORT.
-  $ show '<Environment name="HOV_HDFS_PORT">' '8020</Environment>' '<Environment name="HOV_HDFS_PORT">9000</Environment>'
-  0 will be used as the HDFS service port, set as HOV_HDFS_PORT.
-  $ rm "$S/namenode.xml"; mkdir "$S/namenode.xml"; orv hovhdfsport show
-  Cannot open file $T/top/kernel/conf/../../oservice/osc/conf/services/namenode.xml.
-  Cannot get HDFS service port number (HOV_HDFS_PORT). Check the NameNode profile (namenode.xml) for HDFS service port number.
-  Command failed.
-  [255]
+  $ rm "$S/namenode.xml"; mkdir "$S/namenode.xml"; each hovhdfsport show
+  show: Cannot open file $T/top/kernel/conf/../../oservice/osc/conf/services/namenode.xml. | Cannot get HDFS service port number (HOV_HDFS_PORT). Check the NameNode profile (namenode.xml) for HDFS service port number. | Command failed. [255]
   $ setup shared; hdfs "$S" 8020; hdfs "$SSERVICES" 9000; orv hovhdfsport show
   9000 will be used as the HDFS service port, set as HOV_HDFS_PORT.
 
@@ -75,10 +70,8 @@ looked at) or out of range (after it), and a busy port.
   $ ORV_UNSET=ORV_CONFDIR each 'hovhdfsport set' 9z 1024
   9z: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   1024: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
-  $ orv_hold_ports $B; orv hovhdfsport set $B | rel
-  The port B is in use.
-  Command failed.
-  [255]
+  $ orv_hold_ports $B; each 'hovhdfsport set' $B | rel
+  B: The port B is in use. | Command failed. [255]
 
 A shared host edits the shared profiles, then the local ones; only a failure among the local
 ones fails the command.
