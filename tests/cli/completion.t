@@ -13,40 +13,26 @@ them, offers at each position of the command line the words below ("row: offered
   $ rows() { local r; for r; do eval "set -- $r"; echo "$r: $(c "$@" | sed "s|$W|\$W|g")"; done; }
   $ [ "$(c '')" = "$("$ORVCONFIG" -h | sed -n 's/^   \([a-z][a-z]*\).*/\1/p' | LC_ALL=C sort -u | paste -sd';')" ] && echo "the words of -h"
   the words of -h
-  $ rows "''" m un - '--dry-run un' '--dry-run hovhdfsport s' x "hostA" 'join -'
+  $ rows "''" m - '--dry-run hovhdfsport s' x "mghost ''" 'mghost k' 'mghost "$W/share/"' 'mghost /share ""' 'mghost /share -f ""'
   '': addresourceattr;hovhdfsport;join;masterlist;mghost;setbaseport;unsetmghost
   m: masterlist;mghost
-  un: unsetmghost
   -: --dry-run;-V;-h
-  --dry-run un: unsetmghost
   --dry-run hovhdfsport s: set;show
   x: 
-  hostA: 
-  join -: 
-  $ rows "mghost ''" 'mghost k' 'mghost z' 'mghost "$W/sh"' 'mghost "$W/share/"' 'mghost /share ""' 'mghost /share -f ""'
   mghost '': kirn;kirnish;my dir;share;vos;vosdata;zt
   mghost k: kirn;kirnish
-  mghost z: zt
-  mghost "$W/sh": $W/share
   mghost "$W/share/": $W/share/kernel
   mghost /share "": -f
   mghost /share -f "": 
-  $ rows "hovhdfsport ''" 'hovhdfsport sh' "hovhdfsport set ''" "hovhdfsport show ''" "hovhdfsport set 9000 ''"
+  $ rows "hovhdfsport ''" "hovhdfsport set ''" 'masterlist hostA,' "masterlist hostA,hostB ''" 'join host' 'join hostA -'
   hovhdfsport '': set;show
-  hovhdfsport sh: show
   hovhdfsport set '': 
-  hovhdfsport show '': 
-  hovhdfsport set 9000 '': 
-  $ rows "masterlist hostA,hostB ''" 'masterlist hostA,hostB' 'masterlist hostA,' 'masterlist hostA -f ""' "join hostA -" 'join host'
-  masterlist hostA,hostB '': -f
-  masterlist hostA,hostB: hostA,hostB;hostA,hostB.lab.local
   masterlist hostA,: hostA,hostA;hostA,hostA.lab.local;hostA,hostB;hostA,hostB.lab.local;hostA,hostC;hostA,localhost
-  masterlist hostA -f "": 
-  join hostA -: -f
+  masterlist hostA,hostB '': -f
   join host: hostA;hostA.lab.local;hostB;hostB.lab.local;hostC
-  $ rows "unsetmghost ''" "unsetmghost -f ''" "setbaseport ''" "setbaseport 7869 ''" "addresourceattr '[resource scvg]' ''"
+  join hostA -: -f
+  $ rows "unsetmghost ''" "unsetmghost -f ''" "setbaseport ''" "addresourceattr '[resource scvg]' ''"
   unsetmghost '': -f
   unsetmghost -f '': 
   setbaseport '': 
-  setbaseport 7869 '': 
   addresourceattr '[resource scvg]' '': 

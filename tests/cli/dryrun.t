@@ -4,7 +4,7 @@ to the tree as it was, gives byte for byte the tree of the real run.
 
   $ . "$TESTDIR/helpers.bash"
   $ state() { (cd "$T" && find . -printf '%p %y %s %m %T@\n' | LC_ALL=C sort && find . -type f -exec sha256sum {} + | LC_ALL=C sort); }
-  $ preview() { # prints the report after the messages; fails loudly on any difference
+  $ preview() { # ARGS: [status] the files and directories in the report; and any difference
   >   rm -rf "$T.orig" "$T.real"; state >state.before; cp -a "$T" "$T.orig"
   >   orvx --dry-run "$@" >dry.out 2>&1; local st=$?; state | diff state.before - || echo "the dry run changed the tree"
   >   orvx "$@" >real.out 2>&1; [ $? = $st ] || echo "status $st, the real run's $?"
@@ -12,9 +12,11 @@ to the tree as it was, gives byte for byte the tree of the real run.
   >   tail -c +"$(($(wc -c <real.out) + 1))" dry.out >report; mv "$T" "$T.real"; cp -a "$T.orig" "$T"
   >   sed -n 's/^Would make the directory \(.*\)\.$/\1/p' report | while read -r d; do mkdir "$d"; done
   >   ! grep -q '^--- ' report || patch -s -p1 -d / --no-backup-if-mismatch <report
-  >   diff -r "$T.real" "$T" && orv_paths <report | grep -v '^[-+ @]' ; return $st
+  >   diff -r "$T.real" "$T" && [ "$(tail -n 1 report)" = "Dry run: nothing was changed." ] || echo "not the real run's tree, or no last line"
+  >   echo "$*: [$st] $(grep -c '^+++ ' report) files, $(grep -c '^Would make the directory' report) directories" | orv_paths
   > }
-  $ fixture demote; preview masterlist hostA,hostC >/dev/null; orv_paths <report
+  $ fixture demote; preview masterlist hostA,hostC; orv_paths <report
+  masterlist hostA,hostC: [0] 1 files, 0 directories
   --- $T/share/kernel/conf/orv.conf
   +++ $T/share/kernel/conf/orv.conf
   @@ -1,5 +1,5 @@
@@ -26,40 +28,30 @@ to the tree as it was, gives byte for byte the tree of the real run.
    ORV_WORKDIR=$T/top/kernel/work
   Dry run: nothing was changed.
   $ preview unsetmghost -f
-  Dry run: nothing was changed.
+  unsetmghost -f: [0] 4 files, 0 directories
   $ mg_add_vos "$CTOP"; sed -i "s|^VOS_ORV_ENVDIR=.*|VOS_ORV_ENVDIR=$SCONF|" "$CTOP/vos/conf/vos.conf"; rm "$CTOP/vos/conf/profile.vos"; mkdir "$CTOP/vos/conf/profile.vos"
   $ VOS_ENVDIR_DIR=$CTOP/vos/conf preview unsetmghost -f
-  Dry run: nothing was changed.
-  [255]
+  unsetmghost -f: [255] 0 files, 0 directories
 
 mghost on the master (directories made, files copied, then the copies edited), with a
 product, and on a candidate after it.
 
   $ fixture master; mg_add_kirn; mg_add_vos; preview mghost "$SHARE" -f
-  Would make the directory $T/share/kernel.
-  Would make the directory $T/share/kernel/conf.
-  Would make the directory $T/share/kernel/conf/services.
-  Would make the directory $T/share/kernel/conf/services/profiles.
-  Would make the directory $T/share/vos.
-  Would make the directory $T/share/vos/conf.
-  Would make the directory $T/share/kirn.
-  Would make the directory $T/share/kirn/conf.
-  Would make the directory $T/share/kirn/conf/deploy.
-  Dry run: nothing was changed.
+  mghost $T/share -f: [0] 15 files, 9 directories
   $ orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; preview mghost "$SHARE" -f
-  Dry run: nothing was changed.
+  mghost $T/share -f: [0] 4 files, 0 directories
 
 join (a new cluster rewrites orv.conf twice, and an existing one), setbaseport,
 hovhdfsport set, addresourceattr, and a refusal that changes nothing.
 
   $ fixture; preview join hostA -f; fixture; preview join hostB -f
-  Dry run: nothing was changed.
-  Dry run: nothing was changed.
+  join hostA -f: [0] 3 files, 0 directories
+  join hostB -f: [0] 1 files, 0 directories
   $ fixture; for n in namenode secondarynode datanode; do printf '<Service>\n    <Environment name="HOV_HDFS_PORT">9000</Environment>\n</Service>\n' >"$TOP/oservice/osc/conf/services/$n.xml"; done
-  $ preview setbaseport "$(orv_free_base 12)"; preview hovhdfsport set "$(orv_free_base 1)"; preview addresourceattr '[resource scvg]'
-  Dry run: nothing was changed.
-  Dry run: nothing was changed.
-  Dry run: nothing was changed.
+  $ export B; B=$(orv_free_base 12); preview setbaseport $B | rel; B=$(orv_free_base 1); preview hovhdfsport set $B | rel
+  setbaseport B: [0] 1 files, 0 directories
+  hovhdfsport set B: [0] 3 files, 0 directories
+  $ preview addresourceattr '[resource scvg]'
+  addresourceattr [resource scvg]: [0] 1 files, 0 directories
   $ preview masterlist ghost
-  Dry run: nothing was changed.
-  [255]
+  masterlist ghost: [255] 0 files, 0 directories

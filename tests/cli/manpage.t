@@ -6,20 +6,8 @@ the conventional order, and documents what the binary offers, at the project's v
   $ MANWIDTH=80 MAN_KEEP_FORMATTING= man -l "$P" 2>/dev/null | col -b | grep -E '^[A-Z][A-Z ]+$' | paste -sd,
   NAME,SYNOPSIS,DESCRIPTION,SUBCOMMANDS,OPTIONS,ENVIRONMENT,FILES,EXIT STATUS,EXAMPLES,WHAT ORVCONFIG NEVER DOES,SAFETY,DIAGNOSTICS
   $ page() { mandoc -Tascii -O width=80 "$P" | col -b; }; entries() { page | sed -n "/^$1\$/,/^[A-Z]/p" | grep -E '^       [^ ]' | sed 's/^ *//'; }
-  $ page | sed -n '/^SYNOPSIS$/,/^DESCRIPTION$/s/^ \{1,\}//p'
-  orvconfig [--dry-run] subcommand [operand...]
-  orvconfig masterlist host_name[,host_name,...] [-f]
-  orvconfig join master_name [-f]
-  orvconfig mghost shared_top [-f]
-  orvconfig mghost vos | kirn | zt [-f]
-  orvconfig unsetmghost [-f]
-  orvconfig setbaseport base_port_no
-  orvconfig hovhdfsport show
-  orvconfig hovhdfsport set port_no
-  orvconfig addresourceattr "[resource resource_name] [resourcemap
-  value*resource_name] ..."
-  orvconfig -h
-  orvconfig -V
+  $ page | sed -n '/^SYNOPSIS$/,/^DESCRIPTION$/s/^ \{1,\}//p' | paste -sd'|'
+  orvconfig [--dry-run] subcommand [operand...]|orvconfig masterlist host_name[,host_name,...] [-f]|orvconfig join master_name [-f]|orvconfig mghost shared_top [-f]|orvconfig mghost vos | kirn | zt [-f]|orvconfig unsetmghost [-f]|orvconfig setbaseport base_port_no|orvconfig hovhdfsport show|orvconfig hovhdfsport set port_no|orvconfig addresourceattr "[resource resource_name] [resourcemap|value*resource_name] ..."|orvconfig -h|orvconfig -V
   $ entries SUBCOMMANDS | paste -sd,; for s in OPTIONS ENVIRONMENT 'EXIT STATUS'; do entries "$s" | grep -E '^(-|[A-Z_]+$|[0-9]+ )' | cut -d' ' -f1 | paste -sd,; done
   masterlist host_name[,host_name,...],join master_name,mghost shared_top,mghost vos | kirn | zt,unsetmghost,setbaseport base_port_no,hovhdfsport show,hovhdfsport set port_no,addresourceattr tags
   --dry-run,-f,-h,-V

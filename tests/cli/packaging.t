@@ -19,12 +19,8 @@ control fields name it, and Depends was computed from the binary.
   -rwxr-xr-x ./usr/bin/orvconfig
   -rw-r--r-- ./usr/share/bash-completion/completions/orvconfig
   -rw-r--r-- ./usr/share/man/man1/orvconfig.1
-  $ dpkg-deb -f "$deb" Package Version Section Maintainer Architecture | sed "s/ $v$/ VERSION/; s/ $a$/ ARCH/"
-  Package: orvconfig
-  Version: VERSION
-  Section: admin
-  Maintainer: orvconfig maintainers <orvconfig@example.org>
-  Architecture: ARCH
+  $ dpkg-deb -f "$deb" Package Version Section Maintainer Architecture | sed "s/ $v$/ VERSION/; s/ $a$/ ARCH/" | paste -sd'|'
+  Package: orvconfig|Version: VERSION|Section: admin|Maintainer: orvconfig maintainers <orvconfig@example.org>|Architecture: ARCH
   $ dpkg -I "$deb" | grep -E '^ (Depends: (.*, )?libc6( \(>= [0-9.]+\))?(,|$)|Description:)|contacts a daemon' | sed 's/^ Depends: .*/ Depends: libc6 .../'
    Depends: libc6 ...
    Description: Configure one host of an ORV compute cluster by editing its configuration files
