@@ -5,10 +5,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
@@ -18,11 +20,6 @@
 #include <string>
 
 namespace orv::test {
-
-struct ChildRun {
-    std::string output;  // everything the child wrote to standard output
-    int result = -1;     // the body's return value, modulo 256
-};
 
 class TempDirTest : public ::testing::Test {
   protected:
@@ -50,36 +47,41 @@ class TempDirTest : public ::testing::Test {
         struct stat st {};
         return ::lstat(p.c_str(), &st) == 0;
     }
-    static struct timespec mtimeOf(const std::string& p) {
+    // The modification time in nanoseconds; agedMtime first moves it one hour back.
+    static long long mtimeOf(const std::string& p) {
         struct stat st {};
         EXPECT_EQ(::stat(p.c_str(), &st), 0);
-        return st.st_mtim;
+        return st.st_mtim.tv_sec * 1000000000LL + st.st_mtim.tv_nsec;
     }
-    // Moves a file's modification time one hour into the past.
-    static void ageFile(const std::string& p) {
+    static long long agedMtime(const std::string& p) {
         const struct timespec times[2] = {{::time(nullptr) - 3600, 0}, {::time(nullptr) - 3600, 0}};
-        ASSERT_EQ(::utimensat(AT_FDCWD, p.c_str(), times, 0), 0);
+        EXPECT_EQ(::utimensat(AT_FDCWD, p.c_str(), times, 0), 0);
+        return mtimeOf(p);
     }
-    // Runs body in a child (standard input empty, killed after 10 s: a blocking open of a
-    // FIFO shows as a failure) and captures its standard output. With `unprivileged`, a
-    // superuser child becomes "nobody" first and the directory is opened up for it.
-    ChildRun inChild(const std::function<int()>& body, bool unprivileged = false) const {
+    // Runs body in a child (standard input empty; killed after 10 s, so a blocking open of a
+    // FIFO shows as a failure) and returns what it printed, then its result as "[N]" (N
+    // modulo 256, -1 when killed). With `unprivileged`, a superuser child becomes "nobody"
+    // first (the directory opened up for it); with `sizeLimit`, writes past it fail.
+    std::string inChild(const std::function<int()>& body, bool unprivileged = false, rlim_t sizeLimit = 0) const {
         char out[] = "/tmp/orv_unit_out.XXXXXX";
         const int outFd = mkstemp(out);
         std::fflush(stdout);
         const pid_t pid = fork();
         if (pid == 0) {
             const int in = ::open("/dev/null", O_RDONLY);
+            const struct rlimit limit = {sizeLimit, sizeLimit};
             if (in < 0 || dup2(in, 0) < 0 || dup2(outFd, 1) < 0) _exit(250);
             ::alarm(10);
-            if (unprivileged && (::chmod(dir_.c_str(), 0777) != 0 || (::geteuid() == 0 && ::setuid(65534) != 0))) _exit(251);
+            ::signal(SIGXFSZ, SIG_IGN);
+            if (sizeLimit != 0 && ::setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(251);
+            if (unprivileged && (::chmod(dir_.c_str(), 0777) != 0 || (::geteuid() == 0 && ::setuid(65534) != 0))) _exit(252);
             const int code = body();
             std::fflush(stdout);
             _exit(code & 0xff);
         }
         int status = 0;
         EXPECT_EQ(waitpid(pid, &status, 0), pid);
-        ChildRun run{read(out), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+        const std::string run = read(out) + "[" + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + "]";
         ::close(outFd);
         ::unlink(out);
         return run;

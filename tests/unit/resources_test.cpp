@@ -11,22 +11,21 @@ using Tags = std::vector<LOCAL_RESOURCE>;
 TEST(Resources, Grammar) {
     const struct {
         const char* text;
-        int flag, result;
-        const char* tags;  // "Name=Value;" per tag
+        int flag;
+        const char* parsed;  // the result, then "Name=Value;" per tag
     } cases[] = {
-        {"", 0, 1, ""}, {"[resource a]", 0, 0, "resource=a;"}, {"\"[resource a] [resourcemap 4*b]\" # site", 0, 0, "resource=a;resourcemap=4*b;"},
-        {"[ resource   a ]", 0, 0, "resource=a;"}, {"[resourcemap anything]", 0, 0, "resourcemap=anything;"},
-        {"[resource a][resource a]", 0, 0, "resource=a;resource=a;"}, {"[resource a] [resource b", 0, 0, "resource=a;"},
-        {"[resource a b]", 0, -1, ""}, {"[resource]", 0, -1, ""}, {"[]", 0, -1, ""}, {"resource a]", 0, -1, ""}, {"[resource a", 0, -1, ""},
-        {"[resource a]]", 0, -1, ""}, {"[resource a] b]", 0, -1, ""}, {"[resource\ta]", 0, -1, ""}, {"[tag a]", 0, -1, ""},
-        {"[Resource a]", 0, -1, ""}, {"[tag a]", 1, 0, "tag=a;"}, {"\"[tag a] [resource b]\"", 1, 0, "tag=a;resource=b;"}, {"[tag a b]", 1, -1, ""},
+        {"", 0, "1"}, {"[resource a]", 0, "0resource=a;"}, {"\"[resource a] [resourcemap 4*b]\" # site", 0, "0resource=a;resourcemap=4*b;"},
+        {"[ resource   a ]", 0, "0resource=a;"}, {"[resourcemap anything]", 0, "0resourcemap=anything;"},
+        {"[resource a][resource a]", 0, "0resource=a;resource=a;"}, {"[resource a] [resource b", 0, "0resource=a;"},
+        {"[resource a b]", 0, "-1"}, {"[resource]", 0, "-1"}, {"[]", 0, "-1"}, {"resource a]", 0, "-1"}, {"[resource a", 0, "-1"},
+        {"[resource a]]", 0, "-1"}, {"[resource a] b]", 0, "-1"}, {"[resource\ta]", 0, "-1"}, {"[tag a]", 0, "-1"},
+        {"[Resource a]", 0, "-1"}, {"[tag a]", 1, "0tag=a;"}, {"\"[tag a] [resource b]\"", 1, "0tag=a;resource=b;"}, {"[tag a b]", 1, "-1"},
     };
     for (const auto& c : cases) {
         Tags tags{{"resource", "stale"}};
-        const int result = parseLocalResources(c.text, tags, c.flag);
-        std::string got;
-        for (const LOCAL_RESOURCE& tag : tags) got += tag.Name + "=" + tag.Value + ";";
-        EXPECT_EQ(std::to_string(result) + (result == -1 ? "" : got), std::to_string(c.result) + c.tags) << c.text << " flag " << c.flag;
+        std::string got = std::to_string(parseLocalResources(c.text, tags, c.flag));
+        for (const LOCAL_RESOURCE& tag : tags) got += got == "-1" ? "" : tag.Name + "=" + tag.Value + ";";
+        EXPECT_EQ(got, c.parsed) << c.text << " flag " << c.flag;
     }
 }
 
@@ -63,8 +62,7 @@ TEST_F(ResourcesFiles, MergeAndHarvestingCheck) {
         EXPECT_EQ(read("orv.conf"), c.conf) << "the check must not write";
     }
     ::unlink(path("orv.conf").c_str());
-    const test::ChildRun run = inChild([&] { return checkScavengingResourceTag(dir_); });
-    EXPECT_EQ(run.output + std::to_string(run.result), "Cannot open the file " + path("orv.conf") + ".\n255");
+    EXPECT_EQ(inChild([&] { return checkScavengingResourceTag(dir_); }), "Cannot open the file " + path("orv.conf") + ".\n[255]");
 }
 
 }  // namespace
