@@ -107,18 +107,11 @@ where there is none); a root-prefixed login keeps each file's own mode.
 Each distinct host name is looked up once, even for a refused duplicate.
 
   $ cc -shared -fPIC -o shim.so "$TESTDIR/lookup_count_shim.c" -ldl || exit 80
-  $ counted() { : >lookups; LD_PRELOAD_SHIM=$PWD/shim.so ORV_LOOKUP_LOG=$PWD/lookups each "$@" | names; LC_ALL=C sort lookups; }
+  $ counted() { : >lookups; LD_PRELOAD_SHIM=$PWD/shim.so ORV_LOOKUP_LOG=$PWD/lookups each "$@" | names; LC_ALL=C sort lookups | paste -sd' '; }
   $ ml_fixture; counted masterlist hostB,hostA.lab.local,hostC
   hostB,hostA.lab.local,hostC: The master host failover order is hostB,hostA.lab.local,hostC. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
   +++ top/kernel/conf/orv.conf
-  getaddrinfo hostA
-  getaddrinfo hostA.lab.local
-  getaddrinfo hostB
-  getaddrinfo hostB.lab.local
-  getaddrinfo hostC
+  getaddrinfo hostA getaddrinfo hostA.lab.local getaddrinfo hostB getaddrinfo hostB.lab.local getaddrinfo hostC
   $ counted masterlist hostA,hostB,hostC,hostb,hostB
   hostA,hostB,hostC,hostb,hostB: You have input the host "hostb" more than once in the master list. Do not duplicate host names in the list. | Command failed. [255]
-  getaddrinfo hostA
-  getaddrinfo hostB
-  getaddrinfo hostC
-  getaddrinfo hostb
+  getaddrinfo hostA getaddrinfo hostB getaddrinfo hostC getaddrinfo hostb

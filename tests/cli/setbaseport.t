@@ -17,34 +17,10 @@ refusals that change nothing.
 The block of five ports and the shuffle ports; without a shared top vos.conf is not read.
 With sd.xml and SD.xml the block has seven ports and both profiles move.
 
-  $ setup plain; mkdir "$TOP\\conf"; echo VOS_LIM_PORT=7869 >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel
+  $ setup plain; mkdir "$TOP\\conf"; echo VOS_LIM_PORT=7869 >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel | tee ports | names; vals <ports | tail -n 1
   Communication ports have been changed. The new base port is B.
-  +++ top/kernel/conf/orv.conf
-  @@ -3,3 +3,3 @@
-  -ORV_LIM_PORT=7869
-  -ORV_KD_PORT=7870
-  -ORV_PEM_PORT=7871
-  +ORV_LIM_PORT=B
-  +ORV_KD_PORT=B+1
-  +ORV_PEM_PORT=B+2
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/services/mrss.xml
-  @@ -2,2 +2,2 @@
-  -    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">7879</Environment>
-  -    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">7880</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">B+10</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">B+11</Environment>
-  +++ top/oservice/osc/conf/services/rs.xml
-  @@ -3 +3 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
+  +++ top/kernel/conf/orv.conf top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/mrss.xml top/oservice/osc/conf/services/rs.xml
+  B B+1 B+2 B+3 B+3 B+10 B+11 B+4 
   $ setup plain; sd "$S/sd.xml"; sd "$S/SD.xml"; orv setbaseport $B | rel | vals
   Communication ports have been changed. The new base port is B.
   B B+1 B+2 B+3 B+3 B+5 B+6 B+10 B+11 B+4 B+5 B+6 

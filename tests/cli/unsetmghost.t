@@ -3,36 +3,17 @@ unsetmghost on hostB, a candidate promoted after the master hostA (fixture demot
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
   $ list() { sed -i "s|^ORV_MASTER_LIST=.*|ORV_MASTER_LIST=\"$*\"|" "$SCONF/orv.conf" "$CCONF/orv.conf"; }
   $ lists() { perl -ne 'push @r, $1 if /^-(\S+) .*\(linux mg\)$/; push @l, "[$1]" if /^\+ORV_MASTER_LIST=(.*)/; END { print "removed @r; lists @l\n" }'; }
-  $ fixture demote; orv unsetmghost -f | tee demoted
+  $ fixture demote; orv unsetmghost -f | tee demoted | names; grep '^-[^-].*(linux mg)$\|^+[^+]' demoted
   The host will use configuration files on a local directory. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
   This host no longer uses the shared configuration directory.  This host cannot be used as a master candidate.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -8 +7,0 @@
+  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/orv.conf top-hostB/kernel/conf/profile.orv
   -hostB     !        !            1     -    -    -   (linux mg)
-  +++ share/kernel/conf/orv.conf
-  @@ -2 +2 @@
-  -ORV_MASTER_LIST="hostA hostB hostC"
   +ORV_MASTER_LIST="hostA"
-  +++ top-hostB/kernel/conf/cshrc.orv
-  @@ -2 +2 @@
-  -setenv ORV_CONFDIR $T/share/kernel/conf
   +setenv ORV_CONFDIR $ORV_TOP/kernel/conf
-  @@ -4 +4 @@
-  -setenv ORV_OSRVDIR $T/share/oservice
   +setenv ORV_OSRVDIR $ORV_TOP/oservice
-  +++ top-hostB/kernel/conf/orv.conf
-  @@ -2 +2 @@
-  -ORV_MASTER_LIST="hostA hostB hostC"
   +ORV_MASTER_LIST="hostA"
-  @@ -5 +5 @@
-  -ORV_WORKDIR=$T/share/kernel/work
   +ORV_WORKDIR=$T/top-hostB/kernel/work
-  +++ top-hostB/kernel/conf/profile.orv
-  @@ -2 +2 @@
-  -ORV_CONFDIR=$T/share/kernel/conf
   +ORV_CONFDIR=$ORV_TOP/kernel/conf
-  @@ -4 +4 @@
-  -ORV_OSRVDIR=$T/share/oservice
   +ORV_OSRVDIR=$ORV_TOP/oservice
   $ fixture demote; ANSWERS=n each unsetmghost ''; each unsetmghost ''; ANSWERS="x Y y" orv unsetmghost | tee asked | sed '1s/^.*\[y\/n\]//' | cmp - demoted && grep -o '\[y/n\]' asked | wc -l
   : The host will use configuration files on a local directory, instead of a shared directory.  Do you want to continue? [y/n]No changes. This host uses a shared configuration directory. [0]
