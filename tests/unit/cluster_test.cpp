@@ -12,9 +12,7 @@ const std::string kHeader = "HOSTNAME  model    type        server r1m  mem  swp
 const std::string kTail = "!        !            1     -    -    -   ";
 
 TEST(ClusterFile, HostLineLayout) {
-    const struct {
-        std::string header, host, resources, out;
-    } made[] = {{kHeader, "hostD", "(linux)", "hostD     " + kTail + "(linux)                "},
+    const struct { std::string header, host, resources, out; } made[] = {{kHeader, "hostD", "(linux)", "hostD     " + kTail + "(linux)                "},
                 {kHeader, "averylonghost", "(linux mg)", "averylonghost " + kTail + "(linux mg)             "},
                 {"HOSTNAME", "ninechars", "()", "ninechars "}, {"HOSTNAME", "tencharsxx", "()", "tencharsxx "},
                 {"hostname\tTYPE  ndisks Resources #KEYWORDS", "n1", "(l)", "n1        !            -   (l)                    "},
@@ -24,9 +22,7 @@ TEST(ClusterFile, HostLineLayout) {
         EXPECT_EQ(generateHostEntry(c.header, c.host, "!", c.resources, out), 0);
         EXPECT_EQ(out, c.out) << c.header << " / " << c.host;
     }
-    const struct {
-        std::string header, line, out;  // out "-": the line cannot be re-made (-1)
-    } remade[] = {
+    const struct { std::string header, line, out; } remade[] = {  // out "-": the line cannot be re-made (-1)
         {kHeader, "hostB ! ! 1 - - - (linux)", "hostB     " + kTail + "(mg linux)"},
         {kHeader, "hostB  !  ! 1 - - - (linux mg)", "hostB     " + kTail + "(linux mg)"},
         {kHeader, "hostB ! ! 1 - - - (linux mg) (x)", "hostB     " + kTail + "(linux mg) (x)"},
@@ -78,10 +74,7 @@ TEST_F(ClusterFileOnDisk, Readers) {
 
 TEST_F(ClusterFileOnDisk, InsertAndRemove) {
     const std::string head = "Begin Host\nHOSTNAME RESOURCES\n", hosts = "Begin Host\n" + kHeader + "\n";
-    const struct {
-        int (*edit)(const std::string&, const std::string&);
-        std::string host, before, after;
-    } cases[] = {
+    const struct { int (*edit)(const std::string&, const std::string&); std::string host, before, after; } cases[] = {
         {insertCluster, "nodeq5", "Begin Host\t\n" + kHeader + "\nnodeq1 ! ! 1 (linux)\nEnd Host", hosts + "nodeq5    " + kTail + "(linux)\nnodeq1 ! ! 1 (linux)\nEnd Host\n"},
         {insertCluster, "nodeq5", "Begin ClusterAdmins\nEnd ClusterAdmins\n", "Begin ClusterAdmins\nEnd ClusterAdmins\n"},
         {insertClusterShared, "averylonghost", hosts + "nodeq2\t! ! 1 (linux)\n\nnodeq3 (x)\nEnd  Host\n",

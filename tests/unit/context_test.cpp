@@ -13,10 +13,7 @@ using Context = test::TempDirTest;
 
 TEST_F(Context, ClusterNameComesFromTheClusterSection) {
     const std::string b = "Begin Cluster\nClusterName\n";
-    const struct {
-        std::string shared;
-        std::optional<std::string> name;
-    } cases[] = {
+    const struct { std::string shared; std::optional<std::string> name; } cases[] = {
         {b + "  mycluster\nEnd Cluster\n", "mycluster"}, {b + "c1 extra\nEnd Cluster\n", "extra"},
         {"Begin Cluster\nClusterName\tServers\n\tc2\t\t\nEnd Cluster\n", "c2"},
         {"# header\nBegin Cluster\n\n# note\nClusterName # col\n\n  # x\nprod   # main\n", "prod"},
@@ -38,9 +35,7 @@ TEST_F(Context, ClusterNameComesFromTheClusterSection) {
 // The administrators are the blank-separated names before the first comma, inside the
 // ClusterAdmins section only, from its first Administrators line.
 TEST_F(Context, Administrators) {
-    const struct {
-        std::string section, user, refused;  // refused: the names the message shows, "-" for none
-    } cases[] = {
+    const struct { std::string section, user, refused; } cases[] = {  // refused: the names the message shows, "-" for none
         {"Administrators = root alice", "alice", ""}, {"Administrators =\troot\t alice", "alice", ""},
         {"Administrators = root,alice", "alice", "root"}, {"Administrators = root,alice", "root", ""}, {"Administrators = a,b", "a", "-"},
         {"Administrators = ab,c", "ab", ""}, {"Administrators = root", "Root", "root"}, {"Administrators=alice # the owner", "alice", ""},

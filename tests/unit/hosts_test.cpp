@@ -12,10 +12,7 @@ namespace {
 using Names = std::vector<std::string>;
 
 TEST(Hosts, NameRules) {
-    const struct {
-        const char *x, *y;
-        int equal;
-    } pairs[] = {{"hostA", "hostA", 1}, {"hosta", "HOSTA", 1}, {"hostA", "hostA.lab.local", 1}, {"hostA.lab.local", "hostA", 1},
+    const struct { const char *x, *y; int equal; } pairs[] = {{"hostA", "hostA", 1}, {"hosta", "HOSTA", 1}, {"hostA", "hostA.lab.local", 1}, {"hostA.lab.local", "hostA", 1},
                  {"HOSTA.LAB", "hosta.lab.local", 1}, {"hostA", "hostAB", 0}, {"hostAB", "hostA", 0}, {"host1", "host10", 0},
                  {"hostA.lab", "hostA.lax", 0}, {"hostA.la", "hostA.lab.local", 0}, {"", "", 1}, {"", ".lab.local", 1},
                  {"", "hostA", 0}, {"hostA", "", 0}, {"hostA.", "hostA", 1}};
@@ -60,11 +57,7 @@ using MasterList = test::TempDirTest;
 
 TEST_F(MasterList, ReadFromOrvConf) {
     const std::string k = "ORV_MASTER_LIST";
-    const struct {
-        std::string conf;
-        int result;
-        Names list;
-    } cases[] = {
+    const struct { std::string conf; int result; Names list; } cases[] = {
         {k + "=\"a b c\"\n", 1, {"a", "b", "c"}}, {k + "=a b c\n", 1, {"a", "b", "c"}}, {k + "=\"a b c\n", 1, {"a", "b", "c"}},
         {k + "=a b c\"\n", 1, {"a", "b", "c"}}, {k + "=\"\"a b c\"\"\n", 1, {"a", "b", "c"}}, {k + "=ab\n", 1, {"ab"}},
         {k + "=\"h1,h2  h3\"\n", 1, {"h1,h2", "h3"}}, {"#" + k + "=\"x y\"\n   # " + k + "=\"z\"\n" + k + "=\"B A\" # C\n" + k + "=\"D\"\n", 1, {"B", "A"}},

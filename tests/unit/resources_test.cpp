@@ -9,11 +9,7 @@ namespace {
 using Tags = std::vector<LOCAL_RESOURCE>;
 
 TEST(Resources, Grammar) {
-    const struct {
-        const char* text;
-        int flag;
-        const char* parsed;  // the result, then "Name=Value;" per tag
-    } cases[] = {
+    const struct { const char* text; int flag; const char* parsed; } cases[] = {  // the result, then "Name=Value;" per tag
         {"", 0, "1"}, {"[resource a]", 0, "0resource=a;"}, {"\"[resource a] [resourcemap 4*b]\" # site", 0, "0resource=a;resourcemap=4*b;"},
         {"[ resource   a ]", 0, "0resource=a;"}, {"[resourcemap anything]", 0, "0resourcemap=anything;"},
         {"[resource a][resource a]", 0, "0resource=a;resource=a;"}, {"[resource a] [resource b", 0, "0resource=a;"},
@@ -33,9 +29,7 @@ using ResourcesFiles = test::TempDirTest;
 
 TEST_F(ResourcesFiles, MergeAndHarvestingCheck) {
     const std::string k = "ORV_LOCAL_RESOURCES=";
-    const struct {
-        std::string before, add, after;
-    } merges[] = {
+    const struct { std::string before, add, after; } merges[] = {
         {"ORV_WORKDIR=/opt/orv", "[resource scvg]", "ORV_WORKDIR=/opt/orv\n" + k + "\"[resource scvg]\"\n"},
         {k + "\"[resourcemap 1*b]\"\n", "[resource c] [resourcemap 2*b] [resource c] [resourcemap 1*b]",
          k + "\"[resourcemap 1*b] [resource c] [resourcemap 2*b] [resource c]\"\n"},
@@ -49,10 +43,7 @@ TEST_F(ResourcesFiles, MergeAndHarvestingCheck) {
         EXPECT_EQ(addLocalResources(dir_, tags), 0) << c.before;
         EXPECT_EQ(read("orv.conf"), c.after);
     }
-    const struct {
-        std::string conf;
-        int result;
-    } checks[] = {{k + "\"[resourcemap 1*x] [resource svrscvg] [resource scvg]\"\n", 2}, {k + "\"[resource scvg]\"\n", 1},
+    const struct { std::string conf; int result; } checks[] = {{k + "\"[resourcemap 1*x] [resource svrscvg] [resource scvg]\"\n", 2}, {k + "\"[resource scvg]\"\n", 1},
                   {k + "\"[resource a] [resource vmscvg]\"\n", 3}, {k + "\"[resource SCVG]\"\n", 0}, {k + "\"[resourcemap scvg] [tag scvg]\"\n", 0},
                   {"#" + k + "\"[resource scvg]\"\n" + k + "\"[resource vmscvg]\"\n", 3}, {"#" + k + "\"[resource scvg]\"\n", 0},
                   {k + "\n", 0}, {k + "\"[resource a b]\"\n", -1}};

@@ -21,11 +21,7 @@ using Text = test::TempDirTest;
 
 TEST(TextReader, LogicalLinesWordsValuesAndKeyLines) {
     const std::string big(1 << 20, 'v');
-    const struct {
-        std::string text;
-        int confFormat, count;  // confFormat 1: '#' comments and backslashes apply
-        Lines lines;
-    } texts[] = {
+    const struct { std::string text; int confFormat, count; Lines lines; } texts[] = {  // confFormat 1: '#' comments and backslashes apply
         {"KEY=value # note\nB=2\n", 1, 2, {"KEY=value", "B=2"}}, {"A=\"x # y\"  # c\n", 1, 1, {"A=\"x # y\""}},
         {"A=1 \\\n  B=2\nC\n", 1, 3, {"A=1    B=2", "C"}}, {"a\\\"b # c\n", 1, 1, {"a\\\"b"}},
         {"a\\#b\\\\c\n", 1, 1, {"a\\#b\\\\c"}}, {"a\\\tb\n", 1, 1, {"a b"}}, {"ab\\", 1, 0, {"ab"}},
@@ -55,10 +51,7 @@ TEST(TextReader, LogicalLinesWordsValuesAndKeyLines) {
     EXPECT_EQ(getNextWord_(cursor), std::string(4095, 'w'));
     EXPECT_EQ(getNextWord_(cursor), std::string(905, 'w'));
     EXPECT_EQ(getNextWord_(cursor), nullopt);
-    const struct {
-        const char* text;
-        std::optional<std::string> first, second;
-    } values[] = {{"plain rest", "plain", "rest"}, {"\"a   b\" c", "a b", "c"}, {"\"abc\"def", "abc", nullopt},
+    const struct { const char* text; std::optional<std::string> first, second; } values[] = {{"plain rest", "plain", "rest"}, {"\"a   b\" c", "a b", "c"}, {"\"abc\"def", "abc", nullopt},
                   {"\" abc\"", "abc", nullopt}, {"\"a b\"c\" d", "a b\"c", "d"}, {"\"\"", "", nullopt},
                   {"\"unclosed and more", nullopt, nullopt}, {"   ", nullopt, nullopt}};
     for (const auto& c : values) {
@@ -97,10 +90,7 @@ TEST_F(Text, ConfLookupTakesTheFirstLineWithTheKeyPassingOverOneMalformedLine) {
 }
 
 TEST_F(Text, Strings) {
-    const struct {
-        const char *source, *delimiter;
-        Lines tokens;
-    } cases[] = {{"a,,b,", ",", {"a", "b"}}, {",,,", ",", {}}, {"h1, h2 h3", " ,", {"h1", "h2", "h3"}}, {"abc", "", {"abc"}}};
+    const struct { const char *source, *delimiter; Lines tokens; } cases[] = {{"a,,b,", ",", {"a", "b"}}, {",,,", ",", {}}, {"h1, h2 h3", " ,", {"h1", "h2", "h3"}}, {"abc", "", {"abc"}}};
     for (const auto& c : cases) {
         Lines tokens = {"stale"};
         EXPECT_EQ(tokenize(c.source, tokens, c.delimiter), static_cast<int>(c.tokens.size()));
@@ -128,10 +118,7 @@ using Primitive = int (*)(const std::string&, const std::string&, const std::str
 TEST_F(Text, WhatEachRewritePrimitiveWrites) {
     const std::string wide(5000, 'w');
     const Primitive S = replaceString, S3 = replaceString3, F = replaceStringInFile, W = replaceStringWithoutComment;
-    const struct {
-        Primitive edit;
-        std::string before, key, value, after;
-    } cases[] = {
+    const struct { Primitive edit; std::string before, key, value, after; } cases[] = {
         {S, "A=1\n#A=0\nXA=2\n", "A=", "A=5", "A=5\nA=5\nA=5\n"}, {S, "A=1\n#A=0\nB=2\n", "A=", "", "B=2\n"},
         {S, "A=1\tB   \nK=1\n", "K=", "K=a\tb ", "A=1 B\nK=a b\n"}, {S, "K=1\n", "K=", "K=1\nL=2", "K=1\nL=2\n"},
         {S, "A=1\r\nB=2", "B=", "B=5", "A=1\nB=5\n"}, {S, "A\0B=1\nK=1\n"s, "K=", "K=2", "A\0B=1\nK=2\n"s},
@@ -197,9 +184,7 @@ TEST_F(Text, SafetyRulesOfEveryRewrite) {
 
 TEST_F(Text, XmlValues) {
     const std::string e = "<env name=\"OSC_PORT\">", o(25, 'o'), y(30, 'y'), z(34, 'z');
-    const struct {
-        std::string before, value, after;
-    } cases[] = {
+    const struct { std::string before, value, after; } cases[] = {
         {"<p>\n    " + e + "7000</env>\n\t" + e + "7001</env>  \n</p>", "9000", "<p>\n    " + e + "9000</env>\n " + e + "9000</env>\n</p>\n"},
         {"<!-- " + e + "7000</env> -->\n<![CDATA[OSC_PORT>1<]]>\n", "9", "<!-- " + e + "7000</env> -->\n<![CDATA[OSC_PORT>1<]]>\n"},
         {e + "</env>\n", "9000", e + "9000</env>\n"}, {"<a OSC_PORT=\"x\">1</a><b>OSC_PORT>2</b>\n", "9", "<a OSC_PORT=\"x\">9</a><b>OSC_PORT>2</b>\n"},
@@ -215,9 +200,7 @@ TEST_F(Text, XmlValues) {
         EXPECT_FALSE(exists(file + ".tmp"));
     }
     const std::string p = "<e name=\"P\">";
-    const struct {
-        std::string text, value;
-    } reads[] = {{p + "1</e>\n" + p + "22</e>\n", "22"}, {p + "</e>\n", ""}, {"<e name=\"Q\">1</e>\n", ""},
+    const struct { std::string text, value; } reads[] = {{p + "1</e>\n" + p + "22</e>\n", "22"}, {p + "</e>\n", ""}, {"<e name=\"Q\">1</e>\n", ""},
                  {p + "1</e>\n<!-- " + p + "2</e> -->\n", "1"}, {p + "12   \n" + p + "34</e>\n", "12"},
                  {p + "1</e>\n<e name=\"P\"\n" + p + "3</e>\n", "1"}, {p + "a\tb</e>\n", "a b"}};
     for (const auto& c : reads) EXPECT_EQ(getValueInXML(write("d.xml", c.text), "name=\"P\""), c.value) << c.text;
@@ -265,9 +248,7 @@ TEST_F(Text, PreviewHunksAreThoseOfDiff) {
         return text;
     };
     const std::string base = lines(1, 30);
-    const struct {
-        std::string before, after;
-    } cases[] = {{base, base}, {base, lines(1, 14) + "changed\n" + lines(16, 30)}, {base, "new\n" + lines(2, 30)}, {base, lines(1, 29)},
+    const struct { std::string before, after; } cases[] = {{base, base}, {base, lines(1, 14) + "changed\n" + lines(16, 30)}, {base, "new\n" + lines(2, 30)}, {base, lines(1, 29)},
                  {base, lines(1, 10) + lines(12, 17) + "x\n" + lines(19, 30)}, {base, lines(1, 10) + lines(12, 18) + "x\n" + lines(20, 30)},
                  {"", "a\nb\n"}, {"a\nb\n", ""}, {"a\nb", "a\nb\n"}, {"a\nb\n", "a\nc"}, {"only\n", "only\nadded\n"}};
     for (const auto& c : cases) {
