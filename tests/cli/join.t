@@ -19,8 +19,7 @@ no-change outcomes, and refusals that change nothing.
   -ORV_GET_CONF=lim
   $ fixture; ANSWERS="Y other yes" orv join hostA | tee asked | sed '1s/^.*\[y\/n\]//' | cmp - created && grep -o 'y/n' asked | wc -l
   3
-  $ fixture; ORV_HOSTNAME=hostA.lab.local; sed -i '/^HOSTNAME/a hostA  ! ! 1 - - - (linux old)' "$CONF/orv.cluster.cluster1"
-  $ orv join hostA -f | grep -A3 "^+++ .*cluster1"
+  $ fixture; ORV_HOSTNAME=hostA.lab.local; sed -i '/^HOSTNAME/a hostA  ! ! 1 - - - (linux old)' "$CONF/orv.cluster.cluster1"; orv join hostA -f | grep -A3 "^+++ .*cluster1"
   +++ top/kernel/conf/orv.cluster.cluster1
   @@ -7 +7 @@
   -hostA  ! ! 1 - - - (linux old)
@@ -29,14 +28,13 @@ no-change outcomes, and refusals that change nothing.
   hostB: You are about to join this host to a cluster with master host hostB.  Do you want to continue? [y/n]No change [0]
   hostC: You are about to join this host to a cluster with master host hostC.  Do you want to continue? [y/n]No change [0]
   hostA: You are about to create a new cluster with this host as the master host.  Do you want to continue? [y/n]No change [0]
-  $ fixture; orv join ' hostB	' -f
-  The host hostA has joined the cluster cluster1.
+  $ fixture; each join "' hostB	' -f"; fixture; ORV_HOSTNAME=hostC.lab.local ANSWERS=y each join hostB.lab.local
+  ' hostB\t' -f: The host hostA has joined the cluster cluster1. [0] (esc)
   +++ top/kernel/conf/orv.conf
   @@ -2 +2 @@
   -ORV_MASTER_LIST="@ORV_MASTER_LIST@"
   +ORV_MASTER_LIST="hostB"
-  $ fixture; ORV_HOSTNAME=hostC.lab.local; ANSWERS=y orv join hostB.lab.local
-  You are about to join this host to a cluster with master host hostB.lab.local.  Do you want to continue? [y/n]The host hostC.lab.local has joined the cluster cluster1.
+  hostB.lab.local: You are about to join this host to a cluster with master host hostB.lab.local.  Do you want to continue? [y/n]The host hostC.lab.local has joined the cluster cluster1. [0]
   +++ top/kernel/conf/orv.conf
   @@ -2 +2 @@
   -ORV_MASTER_LIST="@ORV_MASTER_LIST@"
@@ -54,19 +52,17 @@ A host in a cluster may name a master of its own list again (no change), no othe
   hostC.lab.local: No changes.  This host already belongs to a cluster with master host hostB. [0]
   hostD -f: This host belongs to the cluster cluster1.  It cannot join a different cluster. | Command failed. [255]
 
-Refusals of the argument (before the environment is looked at), of the caller, of the
-configuration.
+Refusals of the argument (an address before the environment is looked at), of the caller,
+of the configuration.
 
-  $ fixture; for a in 10.1.2.3 ' 10.0.0.2 ' '' '   ' 'host B' ghost 10.0.0; do orv_run join "$a" -f; s=$?; echo "'$a': $(tr '\n' ' ' <orv.out)[$s]"; cat orv.diff; done
-  '10.1.2.3': IP address is not supported. Specify a valid host name. Command failed. [255]
-  ' 10.0.0.2 ': IP address is not supported. Specify a valid host name. Command failed. [255]
-  '': You have not input any master host. Specify the name of the master host. Command failed. [255]
-  '   ': You have not input any master host. Specify the name of the master host. Command failed. [255]
-  'host B': [host B] is not a valid host name. Command failed. [255]
-  'ghost': [ghost] is not a valid host name. Command failed. [255]
-  '10.0.0': [10.0.0] is not a valid host name. Command failed. [255]
-  $ ORV_UNSET=ORV_CONFDIR each join 10.1.2.3
-  10.1.2.3: IP address is not supported. Specify a valid host name. | Command failed. [255]
+  $ fixture; ORV_UNSET=ORV_CONFDIR each join "10.1.2.3 -f" "' 10.0.0.2 ' -f"; each join "'' -f" "'   ' -f" "'host B' -f" 'ghost -f' '10.0.0 -f'
+  10.1.2.3 -f: IP address is not supported. Specify a valid host name. | Command failed. [255]
+  ' 10.0.0.2 ' -f: IP address is not supported. Specify a valid host name. | Command failed. [255]
+  '' -f: You have not input any master host. Specify the name of the master host. | Command failed. [255]
+  '   ' -f: You have not input any master host. Specify the name of the master host. | Command failed. [255]
+  'host B' -f: [host B] is not a valid host name. | Command failed. [255]
+  ghost -f: [ghost] is not a valid host name. | Command failed. [255]
+  10.0.0 -f: [10.0.0] is not a valid host name. | Command failed. [255]
   $ sed -i 's/^Administrators = .*/Administrators = root,orvadmin/' "$CONF/orv.cluster.cluster1"; each join "'' -f"
   '' -f: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
   $ fixture; echo 'ORV_LOCAL_RESOURCES="[resourcemap 1*x] [resource svrscvg]"' >>"$CONF/orv.conf"; each join 'hostA -f' 'hostB -f'
@@ -87,9 +83,6 @@ orv.conf and the cluster file changed.
   $ fixture; sed -i '/@ORV_MASTER@/d' "$CONF/ResourceGroups.xml"; orv join hostA -f | names
   A new cluster <cluster1> has been created. The host <hostA> is the master host.
   +++ top/kernel/conf/orv.cluster.cluster1 top/kernel/conf/orv.conf
-  $ fixture; rm "$CONF/ResourceGroups.xml"; orv join hostA -f | names
-  Cannot open file $T/top/kernel/conf/ResourceGroups.xml.
-  Set             <ResourceEntry ResourceID="hostA"/> in ResourceGroups.xml failed.
-  Command failed.
+  $ fixture; rm "$CONF/ResourceGroups.xml"; each join 'hostA -f' | names
+  hostA -f: Cannot open file $T/top/kernel/conf/ResourceGroups.xml. | Set             <ResourceEntry ResourceID="hostA"/> in ResourceGroups.xml failed. | Command failed. [255]
   +++ top/kernel/conf/orv.cluster.cluster1 top/kernel/conf/orv.conf
-  [255]
