@@ -41,13 +41,9 @@ questions take y or yes, an exhausted input answers n.
   $ fixture master; mg_add_vos; mg_add_kirn; mg_add_zt; ANSWERS="y yes" orv mghost "$SHARE" | names
   This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
   +++ share/kernel/conf/ResourceGroups.xml share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf share/kernel/conf/orv.shared share/kernel/conf/services/profiles/default.conf share/kernel/conf/services/rs.xml share/kirn/conf/deploy/cluster.xml share/kirn/conf/profile.kirn share/vos/conf/vos.conf top/kernel/conf/cshrc.orv top/kernel/conf/orv.conf top/kernel/conf/profile.orv top/kirn/conf/profile.kirn top/vos/conf/cshrc.vos top/vos/conf/profile.vos
-  $ cat "$SHARE/vos/conf/vos.conf" "$TOP/vos/conf/profile.vos" "$TOP/kirn/conf/profile.kirn" | orv_paths
-  VOS_TOP=$T/top/vos
+  $ grep -h 'ENVDIR=\|CONFDIR=' "$SHARE/vos/conf/vos.conf" "$TOP/vos/conf/profile.vos" "$TOP/kirn/conf/profile.kirn" | orv_paths
   VOS_ORV_ENVDIR=$T/share/kernel/conf
-  VOS_MASTER_LIST="hostA hostB hostC"
   VOS_ENVDIR=$T/share/vos/conf
-  export VOS_ENVDIR
-  KIRN_VERSION=3.2
   KIRN_CONFDIR=$T/share/kirn/conf
   $ fixture master; ANSWERS="Y y n" each mghost "$SHARE"; each mghost "$SHARE"
   $T/share: This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
@@ -56,11 +52,10 @@ questions take y or yes, an exhausted input answers n.
 A candidate after the master applies only mgupdate.txt and joins as (linux mg); before the
 master it is refused.
 
-  $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; orv mghost "$SHARE" -f | grep -A2 '^[A-Z]\|^+++ share'
-  The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -7,0 +8 @@
-  +hostB     !        !            1     -    -    -   (linux mg)
+  $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; each mghost "$SHARE -f" | names; grep hostB "$SHARE/kernel/conf/orv.cluster.cluster1"
+  $T/share -f: The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again. [0]
+  +++ share/kernel/conf/orv.cluster.cluster1 top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/orv.conf top-hostB/kernel/conf/profile.orv
+  hostB     !        !            1     -    -    -   (linux mg)
   $ fixture master; mg_setup_candidate hostB; each mghost "$SHARE -f"
   $T/share -f: The shared directory path was not found. Ensure that: (1) <orvconfig mghost> has been run on the Master Host; and (2) the correct shared directory path is used. | Command failed. [255]
 
@@ -89,19 +84,16 @@ and on a candidate; a product not listed, and n at its question.
   vos -f: Cannot find VOS installed | Command failed. [255]
   kirn -f: Cannot find kirn installed | Command failed. [255]
   zt -f: Cannot find Tessary Analytics installed | Command failed. [255]
-  $ mg_add_vos; mg_add_kirn; mg_add_zt; each mghost vos; each mghost 'vos -f' 'kirn -f' | names; orv mghost zt -f
+  $ mg_add_vos; mg_add_kirn; mg_add_zt; each mghost vos; each mghost 'vos -f' 'kirn -f' | names; each mghost 'zt -f' | grep -v '^[-@]'
   vos: This host will use configuration files on a shared directory.  Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
   vos -f: The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again. [0]
   +++ share/vos/conf/vos.conf top/vos/conf/cshrc.vos top/vos/conf/profile.vos
   kirn -f: The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again. [0]
   +++ share/kirn/conf/deploy/cluster.xml share/kirn/conf/profile.kirn top/kirn/conf/profile.kirn
-  Successful!
+  zt -f: Successful! [0]
   +++ share/zt/conf/zt.conf
-  @@ -0,0 +1 @@
   +retention=30
   +++ zt/conf/profile.zt
-  @@ -1 +1 @@
-  -ZT_CONFDIR=$T/zt/conf
   +ZT_CONFDIR=$T/share/zt/conf
   $ fixture master; mg_share_master; mg_setup_candidate hostB; mg_add_vos "$CTOP"; each mghost 'vos -f'
   vos -f: Please run orvconfig mghost SHARED_TOP [-f] firstly | Command failed. [255]
