@@ -1,18 +1,15 @@
 #!/bin/bash
-# Crash consistency and write faults over a table of representative edits.
+# Crash consistency and write faults over a table of representative edits (scenario below).
 #   ORVCONFIG=build/orvconfig tests/reliability/faults.sh [SCENARIO...]
-# Per scenario, after a clean run (exactly the files listed change) and a self-test (the
-# check must report a changed file cut in half, an old ".tmp" taken for new, a stray file):
-# - kill points: SIGKILL (injected by strace as the call is entered) at each openat, fcntl,
-#   write, ftruncate, fsync, close and unlink in turn; every file then holds a complete
-#   version (old, new, or the copy an edited copy was made from) or its ".tmp" a complete
-#   one that is not the old, and no lock outlived the run;
-# - write faults: ENOSPC, then EIO, on each write, fsync and ftruncate of a file of the
-#   tree; status 255, no sanitizer report, "Cannot write file" naming what failed: a failed
-#   ".tmp" is gone and its file holds a version from before the edit, a failed file has its
-#   new text in its ".tmp" (mghost's change scripts also report the failed edit); nothing lost;
-# - "ulimit -f 2" with the edited files padded past it: status 255, the files unchanged, no
-#   ".tmp" left, "Cannot write file" for the first one.
+# Per scenario, after a clean run (exactly the files listed change) and a self-test of the
+# check (a changed file cut in half, an old ".tmp", a stray file must all be reported):
+# - SIGKILL at each openat, fcntl, write, ftruncate, fsync, close and unlink in turn: every
+#   file holds a complete version (old, new, or the copy an edited copy was made from) or
+#   its ".tmp" a complete one that is not the old, and no lock outlived the run;
+# - ENOSPC, then EIO, on each write, fsync and ftruncate of a file of the tree: status 255,
+#   no sanitizer report, "Cannot write file" naming what failed; a failed ".tmp" is gone and
+#   its file as before the edit, a failed file has its new text in its ".tmp"; nothing lost;
+# - "ulimit -f 2" with the edited files padded past it: status 255, files unchanged, no ".tmp".
 set -uo pipefail
 source "$(dirname "$0")/../cli/helpers.bash"
 if ! command -v strace >/dev/null || [ -z "$NSS_WRAPPER_LIB" ]; then echo "strace or libnss-wrapper missing" && exit 77; fi
@@ -57,9 +54,7 @@ restore() { rm -rf "$T" && cp -a "$W/old" "$T"; }
 # traced OUT STRACE_ARGS...: one run under strace from the pristine tree; its status.
 traced() {
     local out=$1 envs
-    shift
-    mapfile -t envs < <(orv_env | sed 's/^ASAN_OPTIONS=.*/ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0/')
-    restore
+    shift && restore && mapfile -t envs < <(orv_env | sed 's/^ASAN_OPTIONS=.*/ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0/')
     { env -i PATH="$PATH" strace -f -qq "$@" "${envs[@]/#/-E}" "$ORVCONFIG" "${ARGS[@]}" </dev/null >"$out" 2>&1; } 2>/dev/null
 }
 files() { (cd "$1" && find . -type f ! -path './nss/*' ! -name '*.tmp' | sed 's|^\./||' | LC_ALL=C sort); }
@@ -140,8 +135,7 @@ for p in sys.argv[1:]:
     done <"$W/calls"
     CASE="$name: ulimit -f 2"
     for f in "${CHANGED[@]}"; do [ ! -f "$W/old/$f" ] || seq -f '# site note %g: keep this file under version control' 100 >>"$W/old/$f"; done
-    restore
-    mapfile -t envs < <(orv_env)
+    restore && mapfile -t envs < <(orv_env)
     (ulimit -f 2 && exec env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "${ARGS[@]}") </dev/null >"$W/out" 2>&1
     [ $? -eq 255 ] || fail "exit status other than 255"
     for f in "${CHANGED[@]}"; do [ ! -f "$W/old/$f" ] || { same "$T/$f" "$W/old/$f" && [ ! -e "$T/$f.tmp" ]; } || fail "$f changed or its .tmp left"; done

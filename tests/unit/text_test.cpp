@@ -51,19 +51,15 @@ TEST(TextReader, LogicalLinesWordsValuesAndKeyLines) {
     EXPECT_EQ(getNextWord_(cursor), std::string(4095, 'w'));
     EXPECT_EQ(getNextWord_(cursor), std::string(905, 'w'));
     EXPECT_EQ(getNextWord_(cursor), nullopt);
-    const struct { const char* text; std::optional<std::string> first, second; } values[] = {{"plain rest", "plain", "rest"}, {"\"a   b\" c", "a b", "c"}, {"\"abc\"def", "abc", nullopt},
-                  {"\" abc\"", "abc", nullopt}, {"\"a b\"c\" d", "a b\"c", "d"}, {"\"\"", "", nullopt},
-                  {"\"unclosed and more", nullopt, nullopt}, {"   ", nullopt, nullopt}};
+    const struct { const char* text; std::optional<std::string> first, second; } values[] = {
+        {"plain rest", "plain", "rest"}, {"\"a   b\" c", "a b", "c"}, {"\"abc\"def", "abc", nullopt}, {"\" abc\"", "abc", nullopt},
+        {"\"a b\"c\" d", "a b\"c", "d"}, {"\"\"", "", nullopt}, {"\"unclosed and more", nullopt, nullopt}, {"   ", nullopt, nullopt}};
     for (const auto& c : values) {
         std::string_view at(c.text);
         EXPECT_EQ(getNextValueQ_(at, '"', '"'), c.first) << c.text;
         EXPECT_EQ(getNextValueQ_(at, '"', '"'), c.second) << c.text;
     }
-    const struct {
-        std::string line;
-        int result;
-        std::string keyAndValue;  // as "key|value", "<old>" where the parser left one alone
-    } keyLines[] = {
+    const struct { std::string line; int result; std::string keyAndValue; } keyLines[] = {  // "<old>": left alone
         {"KEY=value", 0, "KEY|value"}, {"KEY=", 0, "KEY|"}, {" KEY=v", 0, "KEY|v"}, {"KEY==x", 0, "KEY|=x"},
         {"KEY=\"a   b\"", 0, "KEY|a b"}, {"KEY=\"a#b\"", 0, "KEY|a#b"}, {"KEY=a \"unclosed", 0, "KEY|a"},
         {"KEY= x", -1, "KEY|<old>"}, {"KEY =x", -1, "KEY|<old>"}, {"KEY=a b", -1, "KEY|a"}, {"KEY=\"abc", -1, "KEY|<old>"},
@@ -90,7 +86,8 @@ TEST_F(Text, ConfLookupTakesTheFirstLineWithTheKeyPassingOverOneMalformedLine) {
 }
 
 TEST_F(Text, Strings) {
-    const struct { const char *source, *delimiter; Lines tokens; } cases[] = {{"a,,b,", ",", {"a", "b"}}, {",,,", ",", {}}, {"h1, h2 h3", " ,", {"h1", "h2", "h3"}}, {"abc", "", {"abc"}}};
+    const struct { const char *source, *delimiter; Lines tokens; } cases[] = {
+        {"a,,b,", ",", {"a", "b"}}, {",,,", ",", {}}, {"h1, h2 h3", " ,", {"h1", "h2", "h3"}}, {"abc", "", {"abc"}}};
     for (const auto& c : cases) {
         Lines tokens = {"stale"};
         EXPECT_EQ(tokenize(c.source, tokens, c.delimiter), static_cast<int>(c.tokens.size()));
