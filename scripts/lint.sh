@@ -11,5 +11,5 @@ echo "lint: clang-tidy"
 find src -name '*.cpp' | sort | xargs -P "$JOBS" -n 4 clang-tidy -p "$BUILD" --quiet
 echo "lint: shellcheck"
 shellcheck -x -s bash tests/cli/helpers.bash
-shellcheck -x bench/* scripts/*.sh completion/orvconfig .ci/run tests/reliability/*.sh tests/ansible/*.sh
+shellcheck -x bench/* scripts/*.sh completion/orvconfig .ci/run tests/reliability/*.sh
 echo "lint: clean"
