@@ -12,11 +12,8 @@ name looked up once; refusals change nothing.
   @@ -2 +2 @@
   -ORV_MASTER_LIST="hostA hostB"
   +ORV_MASTER_LIST="hostB hostA hostC"
-  $ orv masterlist ,hostB,,hostC, -f
-  The master host failover order is ,hostB,,hostC,. To make changes take effect, restart ORV on the master host with the command orvsh orv restart.
-  +++ top/kernel/conf/orv.conf
-  @@ -2 +2 @@
-  -ORV_MASTER_LIST="hostB hostA hostC"
+  $ each masterlist ',hostB,,hostC, -f' | grep -v '^[-@]\|^+++'
+  ,hostB,,hostC, -f: The master host failover order is ,hostB,,hostC,. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
   +ORV_MASTER_LIST="hostB hostC"
   $ each masterlist hostA,10.0.0.2 hostA,ghost,10.0.0.2 0x0a.0.0.1,ghost hostA,10.1 hostA,hostB,hostB.lab.local hostA,HOSTA hostB.lab.local,hostC,hostb hostA,hostD ,,, hostA,hostC
   hostA,10.0.0.2: [10.0.0.2] is not a valid host name. | Command failed. [255]
@@ -45,8 +42,7 @@ candidate yet cannot come first, but can once it is one.
 A commented key line is not the list, but is rewritten with it; no key at all is refused;
 orv.conf a directory, a FIFO, missing.
 
-  $ printf '#ORV_MASTER_LIST="hostC"\nORV_LIM_PORT=7869\t\nORV_MASTER_LIST="hostA hostB"\n' >"$CONF/orv.conf"
-  $ each masterlist hostC,hostA hostB,hostC
+  $ printf '#ORV_MASTER_LIST="hostC"\nORV_LIM_PORT=7869\t\nORV_MASTER_LIST="hostA hostB"\n' >"$CONF/orv.conf"; each masterlist hostC,hostA hostB,hostC
   hostC,hostA: Only existing master candidates can be used as master host (first host in the list). To introduce a new host as master host, append the host name to the list of candidates without changing the existing master host, restart ORV on the master host, then change the order of the list to make the new host as the master host. | Command failed. [255]
   hostB,hostC: The master host failover order is hostB,hostC. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
   +++ top/kernel/conf/orv.conf
@@ -74,8 +70,7 @@ orv.conf a directory, a FIFO, missing.
 The list is mirrored into vos.conf of VOS_ENVDIR (a refusal leaves it alone, none is made
 where there is none); a root-prefixed login keeps each file's own mode.
 
-  $ ml_fixture; mkdir "$T/vos"; export VOS_ENVDIR_DIR=$T/vos
-  $ printf '# batch\r\nVOS_MASTER_LIST="hostA hostB"\nVOS_PORT=6881\t\n#VOS_MASTER_LIST="old"\n' >"$T/vos/vos.conf"
+  $ ml_fixture; mkdir "$T/vos"; export VOS_ENVDIR_DIR=$T/vos; printf '# batch\r\nVOS_MASTER_LIST="hostA hostB"\nVOS_PORT=6881\t\n#VOS_MASTER_LIST="old"\n' >"$T/vos/vos.conf"
   $ each masterlist hostD,hostA hostB,hostA
   hostD,hostA: The host hostD cannot be a master candidate because it is not a management host. Run "orvconfig mghost" to configure the host as a management host. | Command failed. [255]
   hostB,hostA: The master host failover order is hostB,hostA. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
@@ -96,13 +91,11 @@ where there is none); a root-prefixed login keeps each file's own mode.
   $ rm "$T/vos/vos.conf"; each masterlist hostA,hostB | names
   hostA,hostB: The master host failover order is hostA,hostB. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
   +++ top/kernel/conf/orv.conf
-  $ printf 'VOS_MASTER_LIST="hostA hostB"\n' >"$T/vos/vos.conf"; chmod 640 "$T/vos/vos.conf"; chmod 604 "$CONF/orv.conf"
-  $ ORV_LOGIN=rootadm; orv_write_nss; sed -i 's/= orvadmin/= rootadm/' "$CONF/orv.cluster.cluster1"
-  $ each masterlist hostB,hostA | names; stat -c '%a %n' "$T/vos/vos.conf" "$CONF/orv.conf" | orv_paths
+  $ printf 'VOS_MASTER_LIST="hostA hostB"\n' >"$T/vos/vos.conf"; chmod 640 "$T/vos/vos.conf"; chmod 604 "$CONF/orv.conf"; ORV_LOGIN=rootadm; orv_write_nss
+  $ sed -i 's/= orvadmin/= rootadm/' "$CONF/orv.cluster.cluster1"; each masterlist hostB,hostA | names; stat -c '%a %n' "$T/vos/vos.conf" "$CONF/orv.conf" | orv_paths | paste -sd' '
   hostB,hostA: The master host failover order is hostB,hostA. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
   +++ top/kernel/conf/orv.conf vos/vos.conf
-  640 $T/vos/vos.conf
-  604 $T/top/kernel/conf/orv.conf
+  640 $T/vos/vos.conf 604 $T/top/kernel/conf/orv.conf
 
 Each distinct host name is looked up once, even for a refused duplicate.
 
