@@ -12,25 +12,16 @@ addresourceattr on a compute host (its master list names another host).
 New tags follow the existing ones, a known one is not repeated, the comment stays; a tag
 given twice is written twice; an unknown keyword already there is kept.
 
-  $ ra_fixture 'ORV_LOCAL_RESOURCES="[resource a]"	# rack 4'; orv addresourceattr '[resource a] [resourcemap 2*b]'
-  Add resource tag successfully.
-  +++ top/kernel/conf/orv.conf
-  @@ -8 +8 @@
-  -ORV_LOCAL_RESOURCES="[resource a]"\t# rack 4 (esc)
+  $ new() { grep -v '^[-@]\|^+++'; }  # the rows and the lines written
+  $ ra_fixture 'ORV_LOCAL_RESOURCES="[resource a]"	# rack 4'; each addresourceattr "'[resource a] [resourcemap 2*b]'" "'[resource a]'" | new
+  '[resource a] [resourcemap 2*b]': Add resource tag successfully. [0]
   +ORV_LOCAL_RESOURCES="[resource a] [resourcemap 2*b]" # rack 4
-  $ orv addresourceattr '[resource a]'
-  Add resource tag successfully.
-  $ ra_fixture 'ORV_LOCAL_RESOURCES='; orv addresourceattr '"[resource gpu] [resourcemap 4*mem] [resource gpu]"'
-  Add resource tag successfully.
-  +++ top/kernel/conf/orv.conf
-  @@ -8 +8 @@
-  -ORV_LOCAL_RESOURCES=
+  '[resource a]': Add resource tag successfully. [0]
+  $ ra_fixture 'ORV_LOCAL_RESOURCES='; each addresourceattr "'\"[resource gpu] [resourcemap 4*mem] [resource gpu]\"'" | new
+  '"[resource gpu] [resourcemap 4*mem] [resource gpu]"': Add resource tag successfully. [0]
   +ORV_LOCAL_RESOURCES="[resource gpu] [resourcemap 4*mem] [resource gpu]"
-  $ ra_fixture 'ORV_LOCAL_RESOURCES="[tag x]"'; orv addresourceattr '[resource y]'
-  Add resource tag successfully.
-  +++ top/kernel/conf/orv.conf
-  @@ -8 +8 @@
-  -ORV_LOCAL_RESOURCES="[tag x]"
+  $ ra_fixture 'ORV_LOCAL_RESOURCES="[tag x]"'; each addresourceattr "'[resource y]'" | new
+  '[resource y]': Add resource tag successfully. [0]
   +ORV_LOCAL_RESOURCES="[tag x] [resource y]"
 
 Texts outside the tag grammar print the usage; an existing value that does not parse fails.
@@ -60,11 +51,8 @@ candidate. An empty master list is reported but does not stop the tag.
   +++ top/kernel/conf/orv.conf
   $ ra_fixture; sed -i 's/"hostB"/"hostB hostA.lab.local"/' "$CONF/orv.conf"; each addresourceattr "'[resource scvg]'"
   '[resource scvg]': This command cannot be executed on a master or master candidate host. This host appears to be a master or master candidate host because it is specified in parameter ORV_MASTER_LIST in $ORV_CONFDIR/orv.conf.  | ORV_CONFDIR: |     $T/top/kernel/conf | Command failed. [255]
-  $ fixture; orv addresourceattr '[resource a]'
-  You have not input any hosts in the master list. Specify the name of the master host and any master candidates.
-  Add resource tag successfully.
-  +++ top/kernel/conf/orv.conf
-  @@ -7,0 +8,2 @@
+  $ fixture; each addresourceattr "'[resource a]'" | new
+  '[resource a]': You have not input any hosts in the master list. Specify the name of the master host and any master candidates. | Add resource tag successfully. [0]
   +
   +ORV_LOCAL_RESOURCES="[resource a]"
 
