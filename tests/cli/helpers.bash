@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2016,SC2034
 # The fixture trees of the transcripts (tests/cli/*.t), also sourced by the reliability
-# driver, the Ansible test and bench/. Identity (host name, resolver, login name) is
+# driver and bench/. Identity (host name, resolver, login name) is
 # simulated with nss_wrapper, so the binary runs unmodified. orv_setup_tree lays out
 # T=$BATS_TEST_TMPDIR/t: $TOP (ORV_TOP), $CONF=$TOP/kernel/conf (ORV_CONFDIR and
 # ORV_LOCAL_CONFDIR: orv.conf, orv.shared, orv.cluster.cluster1, ResourceGroups.xml), $SHARE
@@ -16,16 +16,13 @@ orv_setup_tree() {
     [ -n "$NSS_WRAPPER_LIB" ] || skip "libnss-wrapper is not installed"
     T=$BATS_TEST_TMPDIR/t TOP=$BATS_TEST_TMPDIR/t/top SHARE=$BATS_TEST_TMPDIR/t/share
     CONF=$TOP/kernel/conf ORV_HOSTNAME=hostA ORV_LOGIN=orvadmin
-    mkdir -p "$CONF" "$SHARE" "$T/nss" "$TOP/oservice/osc/conf/services"
-    orv_write_nss
-    orv_write_default_conf "$CONF"
+    mkdir -p "$CONF" "$SHARE" "$T/nss" "$TOP/oservice/osc/conf/services" && orv_write_nss && orv_write_default_conf "$CONF"
 }
 # The real uid is mapped to $ORV_LOGIN, so that getpwuid(getuid()) yields it.
 orv_write_nss() {
     printf '%s:x:%s:%s:Cluster admin:/nonexistent:/bin/sh\n' "$ORV_LOGIN" "$(id -u)" "$(id -g)" >"$T/nss/passwd"
     printf 'orvgrp:x:%s:\n' "$(id -g)" >"$T/nss/group"
-    printf '127.0.0.1 localhost\n' >"$T/nss/hosts"
-    printf '10.0.0.%s host%s.lab.local host%s\n' 1 A A 2 B B 3 C C 4 D D >>"$T/nss/hosts"
+    { echo '127.0.0.1 localhost' && printf '10.0.0.%s host%s.lab.local host%s\n' 1 A A 2 B B 3 C C 4 D D; } >"$T/nss/hosts"
 }
 # orv_write_shared_and_cluster DIR [HOSTLINE...]: orv.shared naming cluster1 and its cluster
 # file (administrator orvadmin) with the given host lines.
@@ -216,9 +213,7 @@ mg_add_zt() {
 # diff. $T and its resolved path print as "$T"; `names` reduces each diff to one line
 # "+++ path path ...".
 fixture() {
-    BATS_TEST_TMPDIR=$PWD
-    orv_release_ports
-    rm -rf "$PWD/t" "$PWD/t.before"
+    BATS_TEST_TMPDIR=$PWD && orv_release_ports && rm -rf "$PWD/t" "$PWD/t.before"
     unset ORV_TOP_DIR ORV_CONFDIR_DIR ORV_LOCAL_CONFDIR_DIR VOS_ENVDIR_DIR ORV_UNSET ANSWERS
     case ${1:-plain} in
         plain) orv_setup_tree ;;
@@ -232,8 +227,7 @@ orv_paths() { sed -e "s|$(cd "$T" && pwd -P)|\$T|g" -e "s|$T|\$T|g"; }
 names() { sed '/^[-+@]/{/^+++ /!d}' | awk '/^\+\+\+ /{f = f " " substr($0, 5); next} f {print "+++" f; f = ""} 1; END {if (f) print "+++" f}'; }
 # orvx ARGS...: the bare run, output and status untouched.
 orvx() {
-    local -a envs
-    mapfile -t envs < <(orv_env)
+    local -a envs && mapfile -t envs < <(orv_env)
     # shellcheck disable=SC2086 # one answer per word
     env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "$@" < <([ -z "${ANSWERS:-}" ] || printf '%s\n' $ANSWERS)
 }
