@@ -9,8 +9,7 @@ addresourceattr on a compute host (its master list names another host).
   +
   +ORV_LOCAL_RESOURCES="[resource scvg]"
 
-New tags follow the existing ones, a known one is not repeated, the comment stays; a tag
-given twice is written twice; an unknown keyword already there is kept.
+New tags follow the old ones; a known one is not repeated, one given twice is written twice.
 
   $ new() { grep -v '^[-@]\|^+++'; }  # the rows and the lines written
   $ ra_fixture 'ORV_LOCAL_RESOURCES="[resource a]"	# rack 4'; each addresourceattr "'[resource a] [resourcemap 2*b]'" "'[resource a]'" | new
@@ -41,8 +40,7 @@ Texts outside the tag grammar print the usage; an existing value that does not p
   $ ra_fixture 'ORV_LOCAL_RESOURCES="[resource x y]"'; each addresourceattr "'[resource y]'"
   '[resource y]': Command failed. [255]
 
-Not a compute host: another local directory (a link to the same one is not), a master
-candidate. An empty master list is reported but does not stop the tag.
+Not a compute host: another local directory (a link is not), a master candidate; no master.
 
   $ ra_fixture; mkdir "$T/local"; cp "$CONF/orv.conf" "$T/local/"; ORV_LOCAL_CONFDIR_DIR=$T/local each addresourceattr "'[resource scvg]'"
   '[resource scvg]': This command can only be executed on compute hosts. This host does not appear to be a compute host because ORV_CONFDIR environment and ORV_LOCAL_CONFDIR are different. | ORV_CONFDIR: |     $T/top/kernel/conf | ORV_LOCAL_CONFDIR: |     $T/local | Command failed. [255]

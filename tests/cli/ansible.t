@@ -1,6 +1,5 @@
-The Ansible module on three simulated hosts (local connection, each host's identity and
-directories from the inventory; the master's ports, a tag on the others): check mode
-predicts the changes and writes nothing, the real run makes them, a repeat changes nothing.
+The Ansible module on three simulated hosts (the master's ports, a tag on the others): check
+mode predicts the changes and writes nothing, the real run makes them, a repeat changes nothing.
 
   $ . "$TESTDIR/helpers.bash"; command -v ansible-playbook >/dev/null || exit 80
   $ for h in hostA hostB hostC; do BATS_TEST_TMPDIR=$PWD/$h; orv_setup_tree; ORV_HOSTNAME=$h; printf '    %s:\n      orv_env:\n' $h; orv_env |

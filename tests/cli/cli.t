@@ -1,7 +1,5 @@
-The command line: the full usage, -h, -V, illegal options and words, each subcommand's
-usage on a wrong count or word (exit 255, stdout only, nothing changed), and the checks of
-the environment and the administrator that every subcommand makes before it reads or
-writes anything.
+The command line: the usage, -h, -V, illegal options and words, each subcommand's usage on a
+wrong count or word (exit 255, stdout only, nothing changed).
 
   $ . "$TESTDIR/helpers.bash"; fixture
   $ orvx >usage 2>/dev/null; echo "[$?]"; cat usage
@@ -83,7 +81,7 @@ writes anything.
   hovhdfsport set [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
   hovhdfsport show -f [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
 
-Each subcommand checks the environment, then the administrator.
+Each subcommand checks the environment and the administrator before it reads or writes.
 
   $ all=('join hostA -f' 'masterlist hostA' 'unsetmghost -f' 'setbaseport 20000' 'hovhdfsport show' 'hovhdfsport set 9000')
   $ ORV_UNSET=ORV_CONFDIR each '' "${all[@]}" 'mghost /s -f'

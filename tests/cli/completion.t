@@ -1,6 +1,5 @@
-Bash completion: the script is sourced into a clean bash, registers its function for
-orvconfig alone, and the function, called with COMP_WORDS/COMP_CWORD as readline sets
-them, offers at each position of the command line the words below ("row: offered").
+Bash completion, sourced into a clean bash: its function for orvconfig alone offers, called as
+readline calls it, the words below at each position ("row: offered").
 
   $ S=$ORV_SOURCE_DIR/completion/orvconfig; W=$PWD/work; mkdir -p "$W/share/kernel" "$W/kirnish" "$W/my dir" "$W/vosdata"; touch "$W/share.txt" "$W/vosfile"
   $ printf '127.0.0.1 localhost\n10.0.0.1 hostA.lab.local hostA\n10.0.0.2 hostB.lab.local hostB\n10.0.0.3 hostC\n' >hosts

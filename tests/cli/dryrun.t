@@ -1,6 +1,5 @@
---dry-run: the preview prints the real run's messages and status, leaves the tree as it was
-(bytes, modes, mtimes, no ".tmp"), and its diff, applied with the directories it lists made
-to the tree as it was, gives byte for byte the tree of the real run.
+--dry-run prints the real run's messages and status, leaves the tree as it was (bytes, modes,
+mtimes, no ".tmp"), and its diff applied to that tree gives byte for byte the real run's tree.
 
   $ . "$TESTDIR/helpers.bash"
   $ state() { (cd "$T" && find . -printf '%p %y %s %m %T@\n' | LC_ALL=C sort && find . -type f -exec sha256sum {} + | LC_ALL=C sort); }
@@ -33,16 +32,14 @@ to the tree as it was, gives byte for byte the tree of the real run.
   $ VOS_ENVDIR_DIR=$CTOP/vos/conf preview unsetmghost -f
   unsetmghost -f: [255] 0 files, 0 directories
 
-mghost on the master (directories made, files copied, then the copies edited), with a
-product, and on a candidate after it.
+mghost on the master (directories made, copies edited) with products, then on a candidate.
 
   $ fixture master; mg_add_kirn; mg_add_vos; preview mghost "$SHARE" -f
   mghost $T/share -f: [0] 15 files, 9 directories
   $ orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; preview mghost "$SHARE" -f
   mghost $T/share -f: [0] 4 files, 0 directories
 
-join (a new cluster rewrites orv.conf twice, and an existing one), setbaseport,
-hovhdfsport set, addresourceattr, and a refusal that changes nothing.
+join (a new cluster, an existing one), the port commands, a tag, a refusal.
 
   $ fixture; preview join hostA -f; fixture; preview join hostB -f
   join hostA -f: [0] 3 files, 0 directories

@@ -1,14 +1,11 @@
-hovhdfsport: showing and setting HOV_HDFS_PORT in the three HDFS service profiles, on a host
-with its own configuration and on one that reads a shared directory (a random free port B).
+hovhdfsport: HOV_HDFS_PORT of the three HDFS profiles, local and shared (a random free port B).
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
   $ hdfs() { local n; for n in NameNode SecondaryNode DataNode; do printf '<?xml version="1.0" encoding="UTF-8"?>\n<Service name="%s">\n    <Environment name="HOV_HDFS_HOST">hostA</Environment>\n    <Environment name="HOV_HDFS_PORT">%s</Environment>\n</Service>\n' $n "$2" >"$1/$(tr A-Z a-z <<<$n).xml"; done; }
   $ setup() { fixture "$@"; S=$TOP/oservice/osc/conf/services; export B; B=$(orv_free_base 1); }
   $ show() { printf '<Service>\n%s\n</Service>\n' "$@" >"$S/namenode.xml"; orv hovhdfsport show; }
 
-show: the NameNode's port (the value rules are the XML reader's) as far as its number goes,
-0 without a profile or element; a profile that cannot be read fails; a shared host reads the
-shared profile.
+show: the NameNode's port as far as its number goes, 0 without profile or element, the shared one.
 
   $ setup plain; orv hovhdfsport show; hdfs "$S" 8020; orv hovhdfsport show
   0 will be used as the HDFS service port, set as HOV_HDFS_PORT.
@@ -21,8 +18,7 @@ shared profile.
   $ setup shared; hdfs "$S" 8020; hdfs "$SSERVICES" 9000; orv hovhdfsport show
   9000 will be used as the HDFS service port, set as HOV_HDFS_PORT.
 
-set: the number into the three profiles, the text reported as typed; missing profiles are
-skipped (none at all still succeeds); every port up to 65535 although the message says 65532.
+set: into the profiles there are (none is fine), up to 65535 although the message says 65532.
 
   $ setup plain; hdfs "$S" 8020; orv hovhdfsport set $B | rel; orv hovhdfsport show | rel
   Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
@@ -52,8 +48,7 @@ skipped (none at all still succeeds); every port up to 65535 although the messag
   65535: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is 65535. [0]
   +++ top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
 
-Refusals that change nothing: texts that are not plain digits (before the environment is
-looked at) or out of range (after it), and a busy port.
+Refusals: not plain digits (before the environment is looked at), out of range, a busy port.
 
   $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 9000x +9000 1024 65536 4294976296 "' 9000'" "''"
   9000x: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
@@ -68,8 +63,7 @@ looked at) or out of range (after it), and a busy port.
   1024: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
   B: The port B is in use. | Command failed. [255]
 
-A shared host edits the shared profiles, then the local ones; only a failure among the local
-ones fails the command.
+A shared host edits the shared profiles, then the local ones; only a local failure fails it.
 
   $ setup shared; hdfs "$S" 8020; hdfs "$SSERVICES" 8021; each 'hovhdfsport set' $B | rel | names
   B: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B. [0]

@@ -1,5 +1,4 @@
-join: a new cluster (orv.conf, cluster file, resource group), joining an existing one, the
-no-change outcomes, and refusals that change nothing.
+join: a new cluster (orv.conf, cluster file, resource group), an existing one, no-change, refusals.
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
   $ fixture; orv join hostA -f | tee created
@@ -52,8 +51,7 @@ A host in a cluster may name a master of its own list again (no change), no othe
   hostC.lab.local: No changes.  This host already belongs to a cluster with master host hostB. [0]
   hostD -f: This host belongs to the cluster cluster1.  It cannot join a different cluster. | Command failed. [255]
 
-Refusals of the argument (an address before the environment is looked at), of the caller,
-of the configuration.
+Refusals of the argument (an address before the environment), the caller, the configuration.
 
   $ fixture; ORV_UNSET=ORV_CONFDIR each join "10.1.2.3 -f" "' 10.0.0.2 ' -f"; each join "'' -f" "'   ' -f" "'host B' -f" 'ghost -f' '10.0.0 -f'
   10.1.2.3 -f: IP address is not supported. Specify a valid host name. | Command failed. [255]
@@ -77,8 +75,7 @@ of the configuration.
   $ fixture; rm "$CONF/orv.conf"; each join 'hostA -f'
   hostA -f: Command failed. [255]
 
-A resource group file without the placeholder is left alone; a missing one fails after
-orv.conf and the cluster file changed.
+A resource group without the placeholder is left alone; a missing one fails after the others.
 
   $ fixture; sed -i '/@ORV_MASTER@/d' "$CONF/ResourceGroups.xml"; orv join hostA -f | names
   A new cluster <cluster1> has been created. The host <hostA> is the master host.

@@ -1,5 +1,4 @@
-The manual page orvconfig(1): it formats without a single warning, renders with man -l in
-the conventional order, and documents what the binary offers, at the project's version.
+orvconfig(1): no formatter warning, man -l renders it, it documents what the binary offers.
 
   $ command -v mandoc groff man >/dev/null || exit 80; P=$ORV_SOURCE_DIR/docs/orvconfig.1
   $ mandoc -Tlint -W warning "$P"; groff -man -ww -z "$P"; MANWIDTH=80 man -l "$P" 2>&1 >/dev/null

@@ -1,5 +1,4 @@
-masterlist: the list stored with blanks, echoed as typed, mirrored into vos.conf; each
-name looked up once; refusals change nothing.
+masterlist: stored with blanks, echoed as typed, mirrored into vos.conf, each name looked up once.
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
   $ ml_fixture() {
@@ -27,8 +26,7 @@ name looked up once; refusals change nothing.
   ,,,: You have not input any hosts in the master list. Specify the name of the master host and any master candidates. | Command failed. [255]
   hostA,hostC: Only existing master candidates can be used as master host (first host in the list). To introduce a new host as master host, append the host name to the list of candidates without changing the existing master host, restart ORV on the master host, then change the order of the list to make the new host as the master host. | Command failed. [255]
 
-The first run from the placeholder cannot name a master; a management host that is not a
-candidate yet cannot come first, but can once it is one.
+From the placeholder no master can be named; a new candidate comes first only once it is one.
 
   $ ml_fixture; sed -i 's/hostA hostB/@ORV_MASTER_LIST@/' "$CONF/orv.conf"; each masterlist hostA
   hostA: Only existing master candidates can be used as master host (first host in the list). To introduce a new host as master host, append the host name to the list of candidates without changing the existing master host, restart ORV on the master host, then change the order of the list to make the new host as the master host. | Command failed. [255]
@@ -39,8 +37,7 @@ candidate yet cannot come first, but can once it is one.
   hostC,hostA: The master host failover order is hostC,hostA. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
   +++ top/kernel/conf/orv.conf
 
-A commented key line is not the list, but is rewritten with it; no key at all is refused;
-orv.conf a directory, a FIFO, missing.
+A commented key line is not the list but is rewritten; no key; orv.conf a directory, FIFO, missing.
 
   $ printf '#ORV_MASTER_LIST="hostC"\nORV_LIM_PORT=7869\t\nORV_MASTER_LIST="hostA hostB"\n' >"$CONF/orv.conf"; each masterlist hostC,hostA hostB,hostC
   hostC,hostA: Only existing master candidates can be used as master host (first host in the list). To introduce a new host as master host, append the host name to the list of candidates without changing the existing master host, restart ORV on the master host, then change the order of the list to make the new host as the master host. | Command failed. [255]
@@ -67,8 +64,7 @@ orv.conf a directory, a FIFO, missing.
   hostB<10000 ,>hostA: The master host failover order is hostB<10000 ,>hostA. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
   +++ top/kernel/conf/orv.conf
 
-The list is mirrored into vos.conf of VOS_ENVDIR (a refusal leaves it alone, none is made
-where there is none); a root-prefixed login keeps each file's own mode.
+vos.conf of VOS_ENVDIR (left alone on a refusal, never made); a root-prefixed login keeps modes.
 
   $ ml_fixture; mkdir "$T/vos"; export VOS_ENVDIR_DIR=$T/vos; printf '# batch\r\nVOS_MASTER_LIST="hostA hostB"\nVOS_PORT=6881\t\n#VOS_MASTER_LIST="old"\n' >"$T/vos/vos.conf"
   $ each masterlist hostD,hostA hostB,hostA

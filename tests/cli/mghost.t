@@ -1,13 +1,11 @@
-mghost: the master (hostA) promoted onto the shared top, then a candidate; the products
-vos, kirn and zt; the confirmations; refusals that change nothing.
+mghost: the master (hostA) promoted onto the shared top, then a candidate; products; refusals.
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
   $ fixture master; orv mghost "$SHARE" -f | tee promoted | names
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
   +++ share/kernel/conf/ResourceGroups.xml share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf share/kernel/conf/orv.shared share/kernel/conf/services/profiles/default.conf share/kernel/conf/services/rs.xml top/kernel/conf/cshrc.orv top/kernel/conf/orv.conf top/kernel/conf/profile.orv
 
-The copies against the originals (the resource group and the cluster file rewritten for
-management hosts, the copied orv.conf edited), and the local scripts' new lines.
+The copies against the originals, and the local scripts' new lines.
 
   $ diff -rU0 "$T.before/top/kernel/conf" "$SHARE/kernel/conf" | sed -e '/^diff\|^---/d' -e 's|^+++ .*/\([^/	]*\).*|\1:|' | orv_paths; sed -n '/^+++ top/,$p' promoted | grep '^+[^+]'
   ResourceGroups.xml:
@@ -35,8 +33,7 @@ management hosts, the copied orv.conf edited), and the local scripts' new lines.
   $ fixture master; orv mghost "$SHARE///" -f | cmp - promoted && echo same
   same
 
-Installed products are promoted with the kernel, the analytics add-on is not; the two
-questions take y or yes, an exhausted input answers n.
+Products come along (not the add-on zt); the questions take y or yes, an exhausted input n.
 
   $ fixture master; mg_add_vos; mg_add_kirn; mg_add_zt; ANSWERS="y yes" orv mghost "$SHARE" | names
   This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
@@ -49,8 +46,7 @@ questions take y or yes, an exhausted input answers n.
   $T/share: This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]Warning: stop all cluster services managed by ORV before you run orvconfig. Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
   $T/share: This host will use configuration files on a shared directory. Make sure that $T/share is a shared directory. Do you want to continue? [y/n]No changes. This host uses a local configuration directory. | Command failed. [255]
 
-A candidate after the master applies only mgupdate.txt and joins as (linux mg); before the
-master it is refused.
+A candidate after the master runs only mgupdate.txt and joins as (linux mg); before: refused.
 
   $ fixture master; orvx mghost "$SHARE" -f >/dev/null; mg_setup_candidate hostB; each mghost "$SHARE -f" | names; grep hostB "$SHARE/kernel/conf/orv.cluster.cluster1"
   $T/share -f: The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again. [0]
@@ -59,8 +55,7 @@ master it is refused.
   $ fixture master; mg_setup_candidate hostB; each mghost "$SHARE -f"
   $T/share -f: The shared directory path was not found. Ensure that: (1) <orvconfig mghost> has been run on the Master Host; and (2) the correct shared directory path is used. | Command failed. [255]
 
-On a host still using its local directory: a relative path, vos, kirn and zt refused; not
-an administrator.
+On a local directory: a relative path, vos, kirn and zt refused; not an administrator.
 
   $ fixture master; mg_add_vos; mg_add_kirn; mg_add_zt; each mghost 'share -f' 'vos -f' 'kirn -f' 'zt -f' zt
   share -f:  You must input the absolute path to the shared directory.  | Command failed. [255]
@@ -71,8 +66,7 @@ an administrator.
   $ sed -i 's/^Administrators = .*/Administrators = root/' "$CONF/orv.cluster.cluster1"; each mghost "$SHARE -f"
   $T/share -f: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
 
-On a shared directory: no move to another, the same one is redone; products on the master
-and on a candidate; a product not listed, and n at its question.
+On a shared directory: no other one, the same redone; products (not listed, n, on a candidate).
 
   $ fixture master; mg_share_master; each mghost "$T/other -f" 'relative/top -f'
   $T/other -f: You cannot change the shared configuration directory. | Command failed. [255]
@@ -98,8 +92,7 @@ and on a candidate; a product not listed, and n at its question.
   $ fixture master; mg_share_master; mg_setup_candidate hostB; mg_add_vos "$CTOP"; each mghost 'vos -f'
   vos -f: Please run orvconfig mghost SHARED_TOP [-f] firstly | Command failed. [255]
 
-head.conf: broken, commented and mismatched lines are passed over; a trailing comment is
-stripped, empty fields vanish. Without head.conf the products are skipped.
+head.conf: bad lines passed over, a trailing comment and empty fields dropped; none at all.
 
   $ fixture master; mg_share_master; mg_add_vos; sed -i '$d' "$TOP/.install/head.conf"
   $ printf '%s\n' "VOS old;vos;$T/missing" "VOSX;vosx;$TOP/vos" 'VOS short;vos' '' "VOS long;vos;$TOP/vos;extra" "#VOS 10.1;vos;$TOP/vos" "\"VOS#10\";vos;$TOP/vos" >>"$TOP/.install/head.conf"
@@ -113,8 +106,7 @@ stripped, empty fields vanish. Without head.conf the products are skipped.
   Cannot open the file head.conf.
   The shared configuration directory is $T/share/kernel/conf. You must reset your environment before you can run any more ORV commands. Source the environment $T/top/cshrc.tolvane or $T/top/profile.tolvane again.
 
-The change scripts: no .install, a missing script (master or candidate), a link at a
-copy's path, a link back up a copied tree (reported, skipped), no ORV_TOP.
+No .install, a script missing, a link at a copy's path, a link back up a copied tree, no ORV_TOP.
 
   $ fixture master; rm -r "$TOP/.install"; each mghost "$SHARE -f"
   $T/share -f: Warning: Cannot find the .install configuration, the old version will be running | Command failed. [255]

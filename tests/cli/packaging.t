@@ -1,5 +1,4 @@
-Installation and the Debian package, made from the build directory that holds the binary
-under test (ORV_BUILD_DIR): nothing is compiled here.
+Installation and the Debian package, from the build directory of the binary under test.
 
   $ B=${ORV_BUILD_DIR:?}; [ -x "$B/orvconfig" ] && command -v cpack dpkg-deb dpkg-shlibdeps >/dev/null || exit 80
   $ S=$ORV_SOURCE_DIR; v=$(sed -n 's/^project(orvconfig VERSION \([0-9.]*\).*/\1/p' "$S/CMakeLists.txt"); a=$(dpkg --print-architecture)
@@ -12,8 +11,7 @@ cmake --install puts exactly the three files under DESTDIR, for any prefix.
   /opt/orv/1.2: ./bin/orvconfig ./share/bash-completion/completions/orvconfig ./share/man/man1/orvconfig.1 same 3
   /srv/with blank: ./bin/orvconfig ./share/bash-completion/completions/orvconfig ./share/man/man1/orvconfig.1 same 3
 
-The package holds the same three files (the binary stripped, modes 755 and 644), its
-control fields name it, and Depends was computed from the binary.
+The package: the same three files (the binary stripped), its control fields, Depends computed.
 
   $ cpack -G DEB --config "$B/CPackConfig.cmake" -B "$PWD/pkg" >/dev/null 2>&1; deb=pkg/orvconfig_${v}_$a.deb; dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $1, $6}'
   -rwxr-xr-x ./usr/bin/orvconfig

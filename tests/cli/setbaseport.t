@@ -1,6 +1,5 @@
-setbaseport: the port block in the files of both configuration sides, the free-port probe
-against ports really held on this machine (random free bases B print as B, B+1, ...), and
-refusals that change nothing.
+setbaseport: the port block on both configuration sides, the probe of ports really held here
+(random free bases print as B, B+1, ...), refusals.
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
   $ profiles() { # the service controller's profile in both its places, rs and mrss
@@ -14,8 +13,7 @@ refusals that change nothing.
   $ setup() { fixture "$@"; profiles "$TOP"; S=$TOP/oservice/osc/conf/services; export B; B=$(orv_free_base 12); }
   $ vals() { perl -ne 'print /^\+[^+].*?(?:">|=(?!"))([^<\n]*)/ ? "$1 " : /^[A-Z\$]/ ? $_ : ""'; echo; } # messages, then the values written
 
-The block of five ports and the shuffle ports; without a shared top vos.conf is not read.
-With sd.xml and SD.xml the block has seven ports and both profiles move.
+Five ports and the shuffle ports (vos.conf not read without a shared top); seven with sd profiles.
 
   $ setup plain; mkdir "$TOP\\conf"; echo VOS_LIM_PORT=7869 >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel | tee ports | names; vals <ports | tail -n 1
   Communication ports have been changed. The new base port is B.
@@ -25,8 +23,7 @@ With sd.xml and SD.xml the block has seven ports and both profiles move.
   Communication ports have been changed. The new base port is B.
   B B+1 B+2 B+3 B+3 B+5 B+6 B+10 B+11 B+4 B+5 B+6 
 
-Only the profiles that exist are edited and orv.conf keys are never added; a commented line
-holding the key becomes the active line.
+Only existing profiles and keys are edited; a commented key line becomes the active one.
 
   $ setup plain; rm -r "$TOP/oservice" "$TOP/kernel/oservice"; printf '# ORV kernel configuration\n#ORV_KD_PORT=1\nORV_PEM_PORT =\t7871   \n' >"$CONF/orv.conf"
   $ orv setbaseport $B | rel
@@ -38,8 +35,7 @@ holding the key becomes the active line.
   +ORV_KD_PORT=B+1
   +ORV_PEM_PORT=B+2
 
-Base ports that are not plain digits are refused before anything is read, out of range
-ones after the administrator check.
+Not plain digits: refused before anything is read; out of range: after the administrator check.
 
   $ setup plain; ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR" each setbaseport 7a69 +5 0x401 '１０２５' "' 5'"
   7a69: Invalid base port 7a69. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
@@ -55,8 +51,7 @@ ones after the administrator check.
   '': Invalid base port . The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   1024: You must be cluster administrator [someoneelse] to use orvconfig. | Command failed. [255]
 
-Every busy port of the block is named and nothing changes; the sd ports join the probe only
-when an sd profile exists.
+Every busy port of the block is named; the sd ports are probed only with an sd profile.
 
   $ setup plain; orv_hold_ports $((B + 1)) $((B + 4)); each setbaseport $B | rel
   B: The port B+1 is in use. | The port B+4 is in use. | Command failed. [255]
@@ -65,8 +60,7 @@ when an sd profile exists.
   $ sd "$S/sd.xml"; each setbaseport $B | rel
   B: The port B+5 is in use. | Command failed. [255]
 
-A shared host: both sides move, the shared side's vos.conf found through ORV_TOP; both passes
-take mrss.xml from the shared directory; the block size comes from the local services.
+A shared host: both sides move (mrss.xml from the shared side), the block size from the local.
 
   $ setup shared; profiles "$SHARE"; sd "$S/sd.xml"; R=$(realpath "$SHARE"); mkdir "$TOP\\conf" "$R\\conf"
   $ echo VOS_LIM_PORT=7869 | tee "$R\\conf/vos.conf" >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel | names
@@ -76,8 +70,7 @@ take mrss.xml from the shared directory; the block size comes from the local ser
   Communication ports have been changed. The new base port is B.
   B B+1 B+2 B+3 B+3 B+10 B+11 B+4 B+5 B+6 B B+1 B+2 B+3 B+3 B+4 
 
-A failed edit on the shared side is reported but does not fail the command; one on the local
-side fails it after the other edits, with nothing rolled back.
+A failed shared edit is reported, a failed local one fails the run after the others.
 
   $ setup shared; profiles "$SHARE"; rm "$SSERVICES/rs.xml"; mkdir "$SSERVICES/rs.xml"; each setbaseport $B | rel | grep -v '^[-+@]'
   B: Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/rs.xml. | Set REPOSITORY_SERVICE_PORT in B+4 failed. | Communication ports have been changed. The new base port is B. [0]
@@ -95,8 +88,7 @@ A local directory named with \conf falls back to conf.old; another one fails.
   $ ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\none"; each setbaseport $B | rel
   B: Command failed. [255]
 
-The bounds: 1025 and 65531 without sd profiles, 65529 with one (65530 refused); the shuffle
-ports are neither probed nor bounded. Fails loudly if these fixed ports are busy here.
+The bounds (these fixed ports must be free here), the shuffle ports neither probed nor bounded.
 
   $ setup plain; orv_ports_free 1025 5 && orv_ports_free 65529 7 || echo "ports 1025-1029 or 65529-65535 busy"
   $ for b in 1025 65531; do orv setbaseport $b | vals; done; sd "$S/SD.xml"; each setbaseport 65530; orv setbaseport 65529 | vals

@@ -20,8 +20,7 @@ unsetmghost on hostB, a candidate promoted after the master hostA (fixture demot
   : The host will use configuration files on a local directory, instead of a shared directory.  Do you want to continue? [y/n]No changes. This host uses a shared configuration directory. [0]
   3
 
-The master cannot be demoted; the rebuilt list: the last candidate, a management host
-outside the list, qualified names.
+Not the master; the rebuilt list: the last candidate, a host outside it, qualified names.
 
   $ fixture demote; ORV_HOSTNAME=hostA ORV_LOCAL_CONFDIR_DIR=$CONF ORV_TOP_DIR=$TOP each unsetmghost -f
   -f: You cannot run this command on the master host. | Command failed. [255]
@@ -43,8 +42,7 @@ More than 127 candidates wrap the 8-bit step counter (fillers are addresses: no 
   $ fixture demote; ORV_HOSTNAME=hostD; list hostA hostB $(fillers 125); orv unsetmghost -f | lists
   removed ; lists 
 
-Performance scripts and the batch product of this cluster are pointed back at the local
-top; a batch product of another cluster is left alone.
+Performance scripts and this cluster's batch product point back locally; another's is left.
 
   $ fixture demote; mkdir -p "$CTOP/perf/conf"
   $ printf 'setenv PERF_CONFDIR %s/perf/conf\n' "$SHARE" >"$CTOP/perf/conf/cshrc.perf"; printf 'PERF_CONFDIR=%s/perf/conf\n' "$SHARE" >"$CTOP/perf/conf/profile.perf"

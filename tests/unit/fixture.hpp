@@ -11,13 +11,10 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <sstream>
-#include <string>
 
 namespace orv::test {
 
@@ -43,10 +40,7 @@ class TempDirTest : public ::testing::Test {
         s << in.rdbuf();
         return s.str();
     }
-    static bool exists(const std::string& p) {
-        struct stat st {};
-        return ::lstat(p.c_str(), &st) == 0;
-    }
+    static bool exists(const std::string& p) { struct stat st {}; return ::lstat(p.c_str(), &st) == 0; }
     // The modification time in nanoseconds; agedMtime first moves it one hour back.
     static long long mtimeOf(const std::string& p) {
         struct stat st {};
