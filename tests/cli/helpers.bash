@@ -209,7 +209,7 @@ mg_add_zt() {
 # runs the binary there (answers from $ANSWERS, one per word), prints its merged output,
 # then a diff -U0 of every file the run changed, made or removed ("+++ path" each; no diff:
 # nothing changed) and returns its status; `each CMD ARG...` runs `orv CMD ARG` per ARG
-# (ARG as shell words), one line each: "ARG: output lines joined by ' | ' [status]", then its
+# (ARG as shell words), one line each: "CMD ARG: output lines joined by ' | ' [status]", then its
 # diff. $T and its resolved path print as "$T"; `names` reduces each diff to one line
 # "+++ path path ...".
 fixture() {
@@ -245,6 +245,6 @@ each() {
     for a in "${@:2}"; do
         eval "orv_run $cmd $a"
         st=$?
-        printf '%s: %s [%s]\n' "$(orv_paths <<<"$a")" "$(orv_paths <orv.out | sed ':a;N;$!ba;s/\n/ | /g')" "$st" && cat orv.diff
+        printf '%s: %s [%s]\n' "$(orv_paths <<<"${cmd:+$cmd }$a")" "$(orv_paths <orv.out | sed ':a;N;$!ba;s/\n/ | /g')" "$st" && cat orv.diff
     done
 }

@@ -38,27 +38,27 @@ Only existing profiles and keys are edited; a commented key line becomes the act
 Not plain digits: refused before anything is read; out of range: after the administrator check.
 
   $ setup plain; ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR" each setbaseport 7a69 +5 0x401 '１０２５' "' 5'"
-  7a69: Invalid base port 7a69. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  +5: Invalid base port +5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  0x401: Invalid base port 0x401. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95: Invalid base port \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95. The base port must be larger than 1024 and less than 65532. | Command failed. [255] (esc)
-  ' 5': Invalid base port  5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 7a69: Invalid base port 7a69. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport +5: Invalid base port +5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 0x401: Invalid base port 0x401. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95: Invalid base port \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95. The base port must be larger than 1024 and less than 65532. | Command failed. [255] (esc)
+  setbaseport ' 5': Invalid base port  5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   $ each setbaseport 1024 000001024 65532 4294968321 "''"; sed -i 's/= orvadmin/= someoneelse/' "$CONF/orv.cluster.cluster1"; each setbaseport 1024
-  1024: Invalid base port 1024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  000001024: Invalid base port 000001024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  65532: Invalid base port 65532. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  4294968321: Invalid base port 4294968321. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  '': Invalid base port . The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  1024: You must be cluster administrator [someoneelse] to use orvconfig. | Command failed. [255]
+  setbaseport 1024: Invalid base port 1024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 000001024: Invalid base port 000001024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 65532: Invalid base port 65532. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 4294968321: Invalid base port 4294968321. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport '': Invalid base port . The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 1024: You must be cluster administrator [someoneelse] to use orvconfig. | Command failed. [255]
 
 Every busy port of the block is named; the sd ports are probed only with an sd profile.
 
   $ setup plain; orv_hold_ports $((B + 1)) $((B + 4)); each setbaseport $B | rel
-  B: The port B+1 is in use. | The port B+4 is in use. | Command failed. [255]
+  setbaseport B: The port B+1 is in use. | The port B+4 is in use. | Command failed. [255]
   $ setup plain; orv_hold_ports $((B + 5)) $((B + 10)); orv setbaseport $B | rel | grep -v '^[-+@]'
   Communication ports have been changed. The new base port is B.
   $ sd "$S/sd.xml"; each setbaseport $B | rel
-  B: The port B+5 is in use. | Command failed. [255]
+  setbaseport B: The port B+5 is in use. | Command failed. [255]
 
 A shared host: both sides move (mrss.xml from the shared side), the block size from the local.
 
@@ -73,9 +73,9 @@ A shared host: both sides move (mrss.xml from the shared side), the block size f
 A failed shared edit is reported, a failed local one fails the run after the others.
 
   $ setup shared; profiles "$SHARE"; rm "$SSERVICES/rs.xml"; mkdir "$SSERVICES/rs.xml"; each setbaseport $B | rel | grep -v '^[-+@]'
-  B: Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/rs.xml. | Set REPOSITORY_SERVICE_PORT in B+4 failed. | Communication ports have been changed. The new base port is B. [0]
+  setbaseport B: Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/rs.xml. | Set REPOSITORY_SERVICE_PORT in B+4 failed. | Communication ports have been changed. The new base port is B. [0]
   $ setup shared; profiles "$SHARE"; rm "$CONF/orv.conf"; each setbaseport $B | rel | names
-  B: Cannot open file $T/top/kernel/conf/orv.conf. | Set ORV_LIM_PORT in B failed. | Cannot open file $T/top/kernel/conf/orv.conf. | Set ORV_KD_PORT in B+1 failed. | Cannot open file $T/top/kernel/conf/orv.conf. | Set ORV_PEM_PORT in B+2 failed. | Command failed. | Command failed. [255]
+  setbaseport B: Cannot open file $T/top/kernel/conf/orv.conf. | Set ORV_LIM_PORT in B failed. | Cannot open file $T/top/kernel/conf/orv.conf. | Set ORV_KD_PORT in B+1 failed. | Cannot open file $T/top/kernel/conf/orv.conf. | Set ORV_PEM_PORT in B+2 failed. | Command failed. | Command failed. [255]
   +++ share/kernel/conf/orv.conf share/kernel/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/services/mrss.xml share/oservice/osc/conf/services/rs.xml top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/rs.xml
 
 A local directory named with \conf falls back to conf.old; another one fails.
@@ -86,7 +86,7 @@ A local directory named with \conf falls back to conf.old; another one fails.
   Communication ports have been changed. The new base port is B.
   +++ top/kernel/conf.old/orv.conf top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/mrss.xml top/oservice/osc/conf/services/rs.xml
   $ ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\none"; each setbaseport $B | rel
-  B: Command failed. [255]
+  setbaseport B: Command failed. [255]
 
 The bounds (these fixed ports must be free here), the shuffle ports neither probed nor bounded.
 
@@ -96,6 +96,6 @@ The bounds (these fixed ports must be free here), the shuffle ports neither prob
   1025 1026 1027 1028 1028 1035 1036 1029 
   Communication ports have been changed. The new base port is 65531.
   65531 65532 65533 65534 65534 65541 65542 65535 
-  65530: Invalid base port 65530. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 65530: Invalid base port 65530. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   Communication ports have been changed. The new base port is 65529.
   65529 65530 65531 65532 65532 65534 65535 65539 65540 65533 
