@@ -10,6 +10,6 @@ JOBS=${LINT_JOBS:-$(nproc)}
 echo "lint: clang-tidy"
 find src -name '*.cpp' | sort | xargs -P "$JOBS" -n 4 clang-tidy -p "$BUILD" --quiet
 echo "lint: shellcheck"
-shellcheck -x -s bash tests/cli/*.bats tests/cli/helpers.bash
-shellcheck -x bench/* scripts/*.sh completion/orvconfig .ci/run tests/reliability/*.sh tests/ansible/*.sh
+shellcheck -x -s bash tests/cli/helpers.bash
+shellcheck -x bench/* scripts/*.sh completion/orvconfig .ci/run tests/reliability/*.sh
 echo "lint: clean"

@@ -1,7 +1,7 @@
 addresourceattr on a compute host (its master list names another host).
 
   $ . "$TESTDIR/helpers.bash"
-  $ ra_fixture() { fixture && sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB"/' "$CONF/orv.conf"; }
+  $ ra_fixture() { fixture && sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB"/' "$CONF/orv.conf" && { [ -z "$1" ] || echo "$1" >>"$CONF/orv.conf"; }; }
   $ ra_fixture; orv addresourceattr '[resource scvg]'
   Add resource tag successfully.
   +++ top/kernel/conf/orv.conf
@@ -9,97 +9,59 @@ addresourceattr on a compute host (its master list names another host).
   +
   +ORV_LOCAL_RESOURCES="[resource scvg]"
 
-New tags follow the existing ones, a known one is not repeated, the comment stays; a tag
-given twice is written twice; an unknown keyword already there is kept.
+New tags follow the old ones; a known one is not repeated, one given twice is written twice.
 
-  $ ra_fixture; echo 'ORV_LOCAL_RESOURCES="[resource a]"	# rack 4' >>"$CONF/orv.conf"
-  $ orv addresourceattr '[resource a] [resourcemap 2*b]'
-  Add resource tag successfully.
-  +++ top/kernel/conf/orv.conf
-  @@ -8 +8 @@
-  -ORV_LOCAL_RESOURCES="[resource a]"\t# rack 4 (esc)
+  $ new() { grep -v '^[-@]\|^+++'; }  # the rows and the lines written
+  $ ra_fixture 'ORV_LOCAL_RESOURCES="[resource a]"	# rack 4'; each addresourceattr "'[resource a] [resourcemap 2*b]'" "'[resource a]'" | new
+  addresourceattr '[resource a] [resourcemap 2*b]': Add resource tag successfully. [0]
   +ORV_LOCAL_RESOURCES="[resource a] [resourcemap 2*b]" # rack 4
-  $ orv addresourceattr '[resource a]'
-  Add resource tag successfully.
-  $ ra_fixture; echo 'ORV_LOCAL_RESOURCES=' >>"$CONF/orv.conf"
-  $ orv addresourceattr '"[resource gpu] [resourcemap 4*mem] [resource gpu]"'
-  Add resource tag successfully.
-  +++ top/kernel/conf/orv.conf
-  @@ -8 +8 @@
-  -ORV_LOCAL_RESOURCES=
+  addresourceattr '[resource a]': Add resource tag successfully. [0]
+  $ ra_fixture 'ORV_LOCAL_RESOURCES='; each addresourceattr "'\"[resource gpu] [resourcemap 4*mem] [resource gpu]\"'" | new
+  addresourceattr '"[resource gpu] [resourcemap 4*mem] [resource gpu]"': Add resource tag successfully. [0]
   +ORV_LOCAL_RESOURCES="[resource gpu] [resourcemap 4*mem] [resource gpu]"
-  $ ra_fixture; echo 'ORV_LOCAL_RESOURCES="[tag x]"' >>"$CONF/orv.conf"; orv addresourceattr '[resource y]'
-  Add resource tag successfully.
-  +++ top/kernel/conf/orv.conf
-  @@ -8 +8 @@
-  -ORV_LOCAL_RESOURCES="[tag x]"
+  $ ra_fixture 'ORV_LOCAL_RESOURCES="[tag x]"'; each addresourceattr "'[resource y]'" | new
+  addresourceattr '[resource y]': Add resource tag successfully. [0]
   +ORV_LOCAL_RESOURCES="[tag x] [resource y]"
 
 Texts outside the tag grammar print the usage; an existing value that does not parse fails.
 
-  $ for a in '[resource a b]' '[resource]' 'resource a]' '[tag a]' '' '[resource a]]' '[Resource a]' 'resource a' '[resource	a]'; do orv_run addresourceattr "$a"; s=$?; echo "'$a': $(tr '\n' '|' <orv.out) [$s]"; cat orv.diff; done
-  '[resource a b]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
-  '[resource]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
-  'resource a]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
-  '[tag a]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
-  '': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
-  '[resource a]]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
-  '[Resource a]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
-  'resource a': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255]
-  '[resource\ta]': |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."| [255] (esc)
-  $ orv addresourceattr '[resource a]' extra
-  
-  Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."
-  [255]
+  $ each addresourceattr "'[resource a b]'" "'resource a]'" "'[tag a]'" "''" "'[resource a]]'"
+  addresourceattr '[resource a b]':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
+  addresourceattr 'resource a]':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
+  addresourceattr '[tag a]':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
+  addresourceattr '':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
+  addresourceattr '[resource a]]':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
   $ echo 'ORV_LOCAL_RESOURCES="[resource x y]"' >>"$CONF/orv.conf"; orv addresourceattr '[resource y]'
   Add resource tag successfully.
   +++ top/kernel/conf/orv.conf
   @@ -9 +9 @@
   -ORV_LOCAL_RESOURCES="[resource x y]"
   +ORV_LOCAL_RESOURCES="[tag x] [resource y]"
+  $ ra_fixture 'ORV_LOCAL_RESOURCES="[resource x y]"'; each addresourceattr "'[resource y]'"
+  addresourceattr '[resource y]': Command failed. [255]
 
-Not a compute host: another local directory (a link to the same one is not), a master
-candidate. An empty master list is reported but does not stop the tag.
+Not a compute host: another local directory (a link is not), a master candidate; no master.
 
-  $ ra_fixture; mkdir "$T/local"; cp "$CONF/orv.conf" "$T/local/"
-  $ ORV_LOCAL_CONFDIR_DIR=$T/local orv addresourceattr '[resource scvg]'
-  This command can only be executed on compute hosts. This host does not appear to be a compute host because ORV_CONFDIR environment and ORV_LOCAL_CONFDIR are different.
-  ORV_CONFDIR:
-      $T/top/kernel/conf
-  ORV_LOCAL_CONFDIR:
-      $T/local
-  Command failed.
-  [255]
-  $ ln -s "$CONF" "$T/linked"; ORV_LOCAL_CONFDIR_DIR=$T/linked orv addresourceattr '[resource scvg]'
+  $ ra_fixture; mkdir "$T/local"; cp "$CONF/orv.conf" "$T/local/"; ORV_LOCAL_CONFDIR_DIR=$T/local each addresourceattr "'[resource scvg]'"
+  addresourceattr '[resource scvg]': This command can only be executed on compute hosts. This host does not appear to be a compute host because ORV_CONFDIR environment and ORV_LOCAL_CONFDIR are different. | ORV_CONFDIR: |     $T/top/kernel/conf | ORV_LOCAL_CONFDIR: |     $T/local | Command failed. [255]
+  $ ln -s "$CONF" "$T/linked"; ORV_LOCAL_CONFDIR_DIR=$T/linked orv addresourceattr '[resource scvg]' | names
   Add resource tag successfully.
   +++ top/kernel/conf/orv.conf
-  @@ -7,0 +8,2 @@
-  +
-  +ORV_LOCAL_RESOURCES="[resource scvg]"
-  $ ra_fixture; sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB hostA.lab.local"/' "$CONF/orv.conf"
-  $ orv addresourceattr '[resource scvg]'
-  This command cannot be executed on a master or master candidate host. This host appears to be a master or master candidate host because it is specified in parameter ORV_MASTER_LIST in $ORV_CONFDIR/orv.conf. 
-  ORV_CONFDIR:
-      $T/top/kernel/conf
-  Command failed.
-  [255]
-  $ fixture; orv addresourceattr '[resource a]'
-  You have not input any hosts in the master list. Specify the name of the master host and any master candidates.
-  Add resource tag successfully.
-  +++ top/kernel/conf/orv.conf
-  @@ -7,0 +8,2 @@
+  $ ra_fixture; sed -i 's/"hostB"/"hostB hostA.lab.local"/' "$CONF/orv.conf"; each addresourceattr "'[resource scvg]'"
+  addresourceattr '[resource scvg]': This command cannot be executed on a master or master candidate host. This host appears to be a master or master candidate host because it is specified in parameter ORV_MASTER_LIST in $ORV_CONFDIR/orv.conf.  | ORV_CONFDIR: |     $T/top/kernel/conf | Command failed. [255]
+  $ fixture; each addresourceattr "'[resource a]'" | new
+  addresourceattr '[resource a]': You have not input any hosts in the master list. Specify the name of the master host and any master candidates. | Add resource tag successfully. [0]
   +
   +ORV_LOCAL_RESOURCES="[resource a]"
 
-Not an administrator; a directory in place of orv.conf.
+The environment, the administrator, a directory in place of orv.conf.
 
-  $ ra_fixture; sed -i 's/^Administrators = .*/Administrators = admin1 admin2/' "$CONF/orv.cluster.cluster1"
-  $ orv addresourceattr '[resource scvg]'
-  You must be cluster administrator [admin1 admin2] to use orvconfig.
-  Command failed.
-  [255]
-  $ ra_fixture; rm "$CONF/orv.conf"; mkdir "$CONF/orv.conf"; orv addresourceattr '[resource scvg]'
-  Cannot open file $T/top/kernel/conf/orv.conf.
-  Cannot open the file $T/top/kernel/conf/orv.conf.
-  Command failed.
-  [255]
+  $ ra_fixture; a="'[resource scvg]'"; ORV_UNSET=ORV_CONFDIR each addresourceattr "$a"; ORV_UNSET=ORV_LOCAL_CONFDIR each addresourceattr "$a"
+  addresourceattr '[resource scvg]': The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  addresourceattr '[resource scvg]': The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
+  $ sed -i 's/^Administrators = .*/Administrators = admin1 admin2/' "$CONF/orv.cluster.cluster1"; each addresourceattr "$a"
+  addresourceattr '[resource scvg]': You must be cluster administrator [admin1 admin2] to use orvconfig. | Command failed. [255]
+  $ printf 'Begin Cluster\nClusterName\nEnd Cluster\n' >"$CONF/orv.shared"; each addresourceattr "$a"
+  addresourceattr '[resource scvg]': Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
+  $ ra_fixture; rm "$CONF/orv.conf"; mkdir "$CONF/orv.conf"; each addresourceattr "$a"
+  addresourceattr '[resource scvg]': Cannot open file $T/top/kernel/conf/orv.conf. | Cannot open the file $T/top/kernel/conf/orv.conf. | Command failed. [255]

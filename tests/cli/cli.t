@@ -1,8 +1,8 @@
-The command line: the full usage, -h, -V, illegal options and words, each subcommand's
-usage on a wrong count (nothing changed), and the environment checks of every run.
+The command line: the usage, -h, -V, illegal options and words, each subcommand's usage on a
+wrong count or word (exit 255, stdout only, nothing changed).
 
   $ . "$TESTDIR/helpers.bash"; fixture
-  $ orvx >usage; echo "[$?]"; cat usage
+  $ orvx >usage 2>/dev/null; echo "[$?]"; cat usage
   [255]
   
   Usage: orvconfig subcommand [options]
@@ -52,79 +52,70 @@ usage on a wrong count (nothing changed), and the environment checks of every ru
   
   binary type: linux2.6-glibc2.3-x86_64
   [0]
-  $ for o in -V -Vx -Version; do orvx $o 2>&1 >/dev/null | cmp - banner && echo "$o [${PIPESTATUS[0]}] stdout: $(orvx $o 2>/dev/null | wc -c)"; done
-  -V [0] stdout: 0
+  $ for o in -Vx -Version; do orvx $o 2>&1 >/dev/null | cmp - banner && echo "$o [${PIPESTATUS[0]}] stdout: $(orvx $o 2>/dev/null | wc -c)"; done
   -Vx [0] stdout: 0
   -Version [0] stdout: 0
-  $ for o in -x -v -H - --help '-h extra' '-V x y'; do orvx $o >out 2>&1; echo "'$o' [$?] $(head -1 out)"; tail -n +2 out | cmp - usage; done
+  $ for o in -x - --help '-h extra' '-V x y'; do orvx $o >out 2>&1; echo "'$o' [$?] $(head -1 out)"; tail -n +2 out | cmp - usage; done
   '-x' [0] orvconfig: Illegal option --x
-  '-v' [0] orvconfig: Illegal option --v
-  '-H' [0] orvconfig: Illegal option --H
   '-' [0] orvconfig: Illegal option --
   '--help' [0] orvconfig: Illegal option ---help
   '-h extra' [255] orvconfig: Illegal option --h
   '-V x y' [255] orvconfig: Illegal option --V
-  $ for w in foo masterlists Join JOIN mghosts unsetmghost2 hovhdfs addresource ''; do orvx "$w" x >out 2>&1; echo "'$w x' [$?] $(head -1 out)"; tail -n +2 out | cmp - usage; done
+  $ for w in foo masterlists Join hovhdfs ''; do orvx "$w" x >out 2>&1; echo "'$w x' [$?] $(head -1 out)"; tail -n +2 out | cmp - usage; done
   'foo x' [255] orvconfig: Illegal option -foo
   'masterlists x' [255] orvconfig: Illegal option -masterlists
   'Join x' [255] orvconfig: Illegal option -Join
-  'JOIN x' [255] orvconfig: Illegal option -JOIN
-  'mghosts x' [255] orvconfig: Illegal option -mghosts
-  'unsetmghost2 x' [255] orvconfig: Illegal option -unsetmghost2
   'hovhdfs x' [255] orvconfig: Illegal option -hovhdfs
-  'addresource x' [255] orvconfig: Illegal option -addresource
   ' x' [255] orvconfig: Illegal option -
-
-Each subcommand's usage on a wrong count or word: exit 255, stdout only, nothing changed.
-
   $ u() { orv_run "$@"; echo "$* [$?] $(tr '\n' '|' <orv.out)"; cat orv.diff; }
-  $ orvx masterlist 2>&1 >/dev/null | wc -c
-  0
-  $ for a in masterlist 'masterlist hostA,hostB -F' 'masterlist hostA hostB' 'masterlist hostA,hostB -f -f' join 'join m -F' 'join hostB f' 'join hostB -f extra'; do u $a; done
+  $ for a in masterlist 'masterlist hostA,hostB -f -f' 'join m -F' 'join hostB -f extra' 'mghost vos --f' 'unsetmghost f' 'setbaseport 20000 -f' addresourceattr 'hovhdfsport Show' 'hovhdfsport set' 'hovhdfsport show -f'; do u $a; done 2>/dev/null
   masterlist [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
-  masterlist hostA,hostB -F [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
-  masterlist hostA hostB [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
   masterlist hostA,hostB -f -f [255] |Usage: orvconfig masterlist host_name[,host_name,...] [-f]|
-  join [255] |Usage: orvconfig join master_name [-f]|
   join m -F [255] |Usage: orvconfig join master_name [-f]|
-  join hostB f [255] |Usage: orvconfig join master_name [-f]|
   join hostB -f extra [255] |Usage: orvconfig join master_name [-f]|
-  $ for a in mghost 'mghost /share -F' 'mghost vos --f' 'mghost /share -f x' 'unsetmghost -F' 'unsetmghost f' 'unsetmghost -f -f'; do u $a; done
-  mghost [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
-  mghost /share -F [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
   mghost vos --f [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
-  mghost /share -f x [255] |Usage: orvconfig mghost shared_top [-f]|       orvconfig mghost kirn [-f]|       orvconfig mghost vos [-f]|       orvconfig mghost zt [-f]|
-  unsetmghost -F [255] |Usage: orvconfig unsetmghost [-f]|
   unsetmghost f [255] |Usage: orvconfig unsetmghost [-f]|
-  unsetmghost -f -f [255] |Usage: orvconfig unsetmghost [-f]|
-  $ for a in setbaseport 'setbaseport 20000 -f' 'setbaseport 20000 20010' 'addresourceattr' "addresourceattr resource a"; do u $a; done
-  setbaseport [255] |Usage: orvconfig setbaseport base_port_no|
   setbaseport 20000 -f [255] |Usage: orvconfig setbaseport base_port_no|
-  setbaseport 20000 20010 [255] |Usage: orvconfig setbaseport base_port_no|
   addresourceattr [255] |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."|
-  addresourceattr resource a [255] |Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..."|
-  $ for a in hovhdfsport 'hovhdfsport set' 'hovhdfsport show 5' 'hovhdfsport Show' 'hovhdfsport get 5' 'hovhdfsport set 5 -f' 'hovhdfsport show -f'; do u $a; done
-  hovhdfsport [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
-  hovhdfsport set [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
-  hovhdfsport show 5 [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
   hovhdfsport Show [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
-  hovhdfsport get 5 [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
-  hovhdfsport set 5 -f [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
+  hovhdfsport set [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
   hovhdfsport show -f [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
 
-The environment and the administrator, checked before anything is read or written.
+Each subcommand checks the environment and the administrator before it reads or writes.
 
-  $ for v in ORV_CONFDIR ORV_LOCAL_CONFDIR; do ORV_UNSET=$v each setbaseport 20000; ORV_UNSET=$v each hovhdfsport show; done
-  20000: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
-  show: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
-  20000: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
-  show: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
-  $ : >"$T/plainfile"; ORV_CONFDIR_DIR=$T/plainfile each setbaseport 20000; ORV_CONFDIR_DIR=$T/missing each setbaseport 20000
-  20000: The cluster configuration directory cannot be used because the environment variable ORV_CONFDIR is not set to a valid directory. | Command failed. [255]
-  20000: Command failed. [255]
-  $ sed -i 's/^Administrators = .*/Administrators = root,orvadmin/' "$CONF/orv.cluster.cluster1"; each setbaseport 20000
-  20000: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
-  $ fixture; ORV_LOGIN=OrvAdmin; orv_write_nss; each hovhdfsport show
-  show: You must be cluster administrator [orvadmin] to use orvconfig. | Command failed. [255]
-  $ fixture; rm "$CONF/orv.cluster.cluster1"; each setbaseport 20000
-  20000: Cannot open the file $T/top/kernel/conf/orv.cluster.cluster1. | Command failed. [255]
+  $ all=('join hostA -f' 'masterlist hostA' 'unsetmghost -f' 'setbaseport 20000' 'hovhdfsport show' 'hovhdfsport set 9000')
+  $ ORV_UNSET=ORV_CONFDIR each '' "${all[@]}" 'mghost /s -f'
+  join hostA -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  masterlist hostA: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  unsetmghost -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  setbaseport 20000: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  hovhdfsport show: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  hovhdfsport set 9000: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  mghost /s -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Warning: Cannot find the .install configuration, the old version will be running | Command failed. [255]
+  $ ORV_UNSET=ORV_LOCAL_CONFDIR each '' 'mghost /s -f' 'unsetmghost -f' 'setbaseport 20000' 'hovhdfsport show'
+  mghost /s -f: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Warning: Cannot find the .install configuration, the old version will be running | Command failed. [255]
+  unsetmghost -f: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
+  setbaseport 20000: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
+  hovhdfsport show: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
+  $ : >"$T/plainfile"; ORV_CONFDIR_DIR=$T/plainfile each '' 'join hostA' 'setbaseport 20000'; ORV_CONFDIR_DIR=$T/missing each '' 'setbaseport 20000'
+  join hostA: The cluster configuration directory cannot be used because the environment variable ORV_CONFDIR is not set to a valid directory. | Command failed. [255]
+  setbaseport 20000: The cluster configuration directory cannot be used because the environment variable ORV_CONFDIR is not set to a valid directory. | Command failed. [255]
+  setbaseport 20000: Command failed. [255]
+  $ sed -i 's/^Administrators = .*/Administrators = root,orvadmin/' "$CONF/orv.cluster.cluster1"; each '' "${all[@]}"
+  join hostA -f: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
+  masterlist hostA: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
+  unsetmghost -f: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
+  setbaseport 20000: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
+  hovhdfsport show: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
+  hovhdfsport set 9000: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
+  $ fixture; ORV_LOGIN=OrvAdmin; orv_write_nss; each '' 'hovhdfsport show'
+  hovhdfsport show: You must be cluster administrator [orvadmin] to use orvconfig. | Command failed. [255]
+  $ fixture; rm "$CONF/orv.cluster.cluster1"; each '' 'setbaseport 20000'
+  setbaseport 20000: Cannot open the file $T/top/kernel/conf/orv.cluster.cluster1. | Command failed. [255]
+  $ fixture; printf 'Begin Cluster\nClusterName\nEnd Cluster\n' >"$CONF/orv.shared"; each '' "${all[@]}"
+  join hostA -f: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
+  masterlist hostA: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
+  unsetmghost -f: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
+  setbaseport 20000: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
+  hovhdfsport show: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
+  hovhdfsport set 9000: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]

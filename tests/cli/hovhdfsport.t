@@ -1,36 +1,24 @@
-hovhdfsport: showing and setting HOV_HDFS_PORT in the three HDFS service profiles, on a host
-with its own configuration and on one that reads a shared directory (a random free port B).
+hovhdfsport: HOV_HDFS_PORT of the three HDFS profiles, local and shared (a random free port B).
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
   $ hdfs() { local n; for n in NameNode SecondaryNode DataNode; do printf '<?xml version="1.0" encoding="UTF-8"?>\n<Service name="%s">\n    <Environment name="HOV_HDFS_HOST">hostA</Environment>\n    <Environment name="HOV_HDFS_PORT">%s</Environment>\n</Service>\n' $n "$2" >"$1/$(tr A-Z a-z <<<$n).xml"; done; }
-  $ setup() { fixture "$@"; S=$TOP/oservice/osc/conf/services; mkdir -p "$S"; export B; B=$(orv_free_base 1); }
+  $ setup() { fixture "$@"; S=$TOP/oservice/osc/conf/services; export B; B=$(orv_free_base 1); }
+  $ show() { printf '<Service>\n%s\n</Service>\n' "$@" >"$S/namenode.xml"; orv hovhdfsport show; }
 
-show: the NameNode's port, 0 without a profile or element; the last element outside comments,
-as far as its number goes; a value running past its line ends the scan (an empty value).
+show: the NameNode's port as far as its number goes, 0 without profile or element, the shared one.
 
   $ setup plain; orv hovhdfsport show; hdfs "$S" 8020; orv hovhdfsport show
   0 will be used as the HDFS service port, set as HOV_HDFS_PORT.
   8020 will be used as the HDFS service port, set as HOV_HDFS_PORT.
-  $ printf '<Service>\n<Environment name="HOV_HDFS_HOST">x</Environment>\n</Service>\n' >"$S/namenode.xml"; orv hovhdfsport show
+  $ show '<Environment name="HOV_HDFS_HOST">x</Environment>'; show '<Environment name="HOV_HDFS_PORT"> 9000 (RPC)</Environment>'
   0 will be used as the HDFS service port, set as HOV_HDFS_PORT.
-  $ printf '<Service>\n    <Environment name="HOV_HDFS_PORT">8020</Environment>\n    <Environment name="HOV_HDFS_PORT"> 9000 (the RPC port)</Environment>\n    <!-- <Environment name="HOV_HDFS_PORT">7000</Environment> -->\n</Service>\n' >"$S/namenode.xml"; orv hovhdfsport show
   9000 will be used as the HDFS service port, set as HOV_HDFS_PORT.
-  $ printf '<Service>\n    <Environment name="HOV_HDFS_PORT">\n        8020</Environment>\n    <Environment name="HOV_HDFS_PORT">9000</Environment>\n</Service>\n' >"$S/namenode.xml"; orv hovhdfsport show
-  0 will be used as the HDFS service port, set as HOV_HDFS_PORT.
-  $ rm "$S/namenode.xml"; mkdir "$S/namenode.xml"; orv hovhdfsport show
-  Cannot open file $T/top/kernel/conf/../../oservice/osc/conf/services/namenode.xml.
-  Cannot get HDFS service port number (HOV_HDFS_PORT). Check the NameNode profile (namenode.xml) for HDFS service port number.
-  Command failed.
-  [255]
-  $ setup plain; hdfs "$S" 8020; sed -i 's/= orvadmin/= root,orvadmin/' "$CONF/orv.cluster.cluster1"; orv hovhdfsport show
-  You must be cluster administrator [root] to use orvconfig.
-  Command failed.
-  [255]
+  $ rm "$S/namenode.xml"; mkdir "$S/namenode.xml"; each hovhdfsport show
+  hovhdfsport show: Cannot open file $T/top/kernel/conf/../../oservice/osc/conf/services/namenode.xml. | Cannot get HDFS service port number (HOV_HDFS_PORT). Check the NameNode profile (namenode.xml) for HDFS service port number. | Command failed. [255]
   $ setup shared; hdfs "$S" 8020; hdfs "$SSERVICES" 9000; orv hovhdfsport show
   9000 will be used as the HDFS service port, set as HOV_HDFS_PORT.
 
-set: the number into the three profiles, the text reported as typed; missing profiles are
-skipped (none at all still succeeds); every port up to 65535 although the message says 65532.
+set: into the profiles there are (none is fine), up to 65535 although the message says 65532.
 
   $ setup plain; hdfs "$S" 8020; orv hovhdfsport set $B | rel; orv hovhdfsport show | rel
   Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
@@ -47,102 +35,42 @@ skipped (none at all still succeeds); every port up to 65535 although the messag
   -    <Environment name="HOV_HDFS_PORT">8020</Environment>
   +    <Environment name="HOV_HDFS_PORT">B</Environment>
   B will be used as the HDFS service port, set as HOV_HDFS_PORT.
-  $ setup plain; hdfs "$S" 8020; orv hovhdfsport set 000$B | rel | grep -v '^[-@]'
-  Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
+  $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 000$B | rel | names
+  hovhdfsport set B: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B. [0]
+  +++ top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
+  $ setup plain; hdfs "$S" 8020; rm "$S/namenode.xml" "$S/secondarynode.xml"; each 'hovhdfsport set' $B | rel | names; rm "$S/datanode.xml"; each 'hovhdfsport set' $B | rel
+  hovhdfsport set B: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B. [0]
   +++ top/oservice/osc/conf/services/datanode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/secondarynode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  $ setup plain; hdfs "$S" 8020; rm "$S/namenode.xml" "$S/secondarynode.xml"; orv hovhdfsport set $B | rel | grep -v '^[-@]'
-  Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
-  +++ top/oservice/osc/conf/services/datanode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  $ rm "$S/datanode.xml"; orv hovhdfsport set $B | rel
-  Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
-  $ setup plain; hdfs "$S" 8020; orv_ports_free 65532 4 || echo "ports 65532-65535 busy"
-  $ orv hovhdfsport set 65532 | grep -v '^[-@]'; orv hovhdfsport set 65535 | grep -v '^[-+@]'
-  Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is 65532.
-  +++ top/oservice/osc/conf/services/datanode.xml
-  +    <Environment name="HOV_HDFS_PORT">65532</Environment>
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +    <Environment name="HOV_HDFS_PORT">65532</Environment>
-  +++ top/oservice/osc/conf/services/secondarynode.xml
-  +    <Environment name="HOV_HDFS_PORT">65532</Environment>
-  Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is 65535.
+  hovhdfsport set B: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B. [0]
+  $ setup plain; hdfs "$S" 8020; orv_ports_free 65532 4 || echo "ports 65532-65535 busy"; each 'hovhdfsport set' 65532 65535 | names
+  hovhdfsport set 65532: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is 65532. [0]
+  +++ top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
+  hovhdfsport set 65535: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is 65535. [0]
+  +++ top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
 
-Refusals that change nothing: texts that are not plain digits (before the environment is
-looked at) or out of range (after it), and a busy port.
+Refusals: not plain digits (before the environment is looked at), out of range, a busy port.
 
-  $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 9000x -9000 +9000 1024 65536 0 4294976296 123456789012345678901234567890
-  9000x: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  -9000: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  +9000: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  1024: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  65536: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  0: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  4294976296: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  123456789012345678901234567890: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  $ orv hovhdfsport set ' 9000'; orv hovhdfsport set ''
-  Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532.
-  Command failed.
-  Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532.
-  Command failed.
-  [255]
-  $ ORV_UNSET=ORV_CONFDIR each 'hovhdfsport set' 9z 1024
-  9z: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  1024: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
-  $ orv_hold_ports $B; orv hovhdfsport set $B | rel
-  The port B is in use.
-  Command failed.
-  [255]
+  $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 9000x +9000 1024 65536 4294976296 "' 9000'" "''"
+  hovhdfsport set 9000x: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
+  hovhdfsport set +9000: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
+  hovhdfsport set 1024: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
+  hovhdfsport set 65536: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
+  hovhdfsport set 4294976296: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
+  hovhdfsport set ' 9000': Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
+  hovhdfsport set '': Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
+  $ ORV_UNSET=ORV_CONFDIR each 'hovhdfsport set' 9z 1024; orv_hold_ports $B; each 'hovhdfsport set' $B | rel
+  hovhdfsport set 9z: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
+  hovhdfsport set 1024: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
+  hovhdfsport set B: The port B is in use. | Command failed. [255]
 
-A shared host edits the shared profiles, then the local ones; only a failure among the local
-ones fails the command.
+A shared host edits the shared profiles, then the local ones; only a local failure fails it.
 
-  $ setup shared; hdfs "$S" 8020; hdfs "$SSERVICES" 8021; orv hovhdfsport set $B | rel | grep -v '^[-@]'
-  Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
-  +++ share/oservice/osc/conf/services/datanode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ share/oservice/osc/conf/services/namenode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ share/oservice/osc/conf/services/secondarynode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/datanode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/secondarynode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  $ setup shared; hdfs "$S" 8020; hdfs "$SSERVICES" 8021; rm "$SSERVICES/secondarynode.xml"; mkdir "$SSERVICES/secondarynode.xml"
-  $ orv hovhdfsport set $B | rel | grep -v '^[-@]'
-  Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/secondarynode.xml.
-  Set HOV_HDFS_PORT in B failed.
-  Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
-  +++ share/oservice/osc/conf/services/datanode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ share/oservice/osc/conf/services/namenode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/datanode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/secondarynode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  $ rm "$S/datanode.xml"; mkdir "$S/datanode.xml"; B=$(orv_free_base 1); orv hovhdfsport set $B | rel | grep -v '^[-@]'
-  Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/secondarynode.xml.
-  Set HOV_HDFS_PORT in B failed.
-  Cannot open file $T/top/kernel/conf/../../oservice/osc/conf/services/datanode.xml.
-  Set HOV_HDFS_PORT in B failed.
-  Command failed.
-  Command failed.
-  +++ share/oservice/osc/conf/services/datanode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ share/oservice/osc/conf/services/namenode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/namenode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/secondarynode.xml
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  [255]
+  $ setup shared; hdfs "$S" 8020; hdfs "$SSERVICES" 8021; each 'hovhdfsport set' $B | rel | names
+  hovhdfsport set B: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B. [0]
+  +++ share/oservice/osc/conf/services/datanode.xml share/oservice/osc/conf/services/namenode.xml share/oservice/osc/conf/services/secondarynode.xml top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
+  $ rm "$SSERVICES/secondarynode.xml"; mkdir "$SSERVICES/secondarynode.xml"; B=$(orv_free_base 1); each 'hovhdfsport set' $B | rel | names
+  hovhdfsport set B: Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/secondarynode.xml. | Set HOV_HDFS_PORT in B failed. | Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B. [0]
+  +++ share/oservice/osc/conf/services/datanode.xml share/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
+  $ rm "$S/datanode.xml"; mkdir "$S/datanode.xml"; B=$(orv_free_base 1); each 'hovhdfsport set' $B | rel | names
+  hovhdfsport set B: Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/secondarynode.xml. | Set HOV_HDFS_PORT in B failed. | Cannot open file $T/top/kernel/conf/../../oservice/osc/conf/services/datanode.xml. | Set HOV_HDFS_PORT in B failed. | Command failed. | Command failed. [255]
+  +++ share/oservice/osc/conf/services/datanode.xml share/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml

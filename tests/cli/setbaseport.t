@@ -1,57 +1,29 @@
-setbaseport: the port block in the files of both configuration sides, the free-port probe
-against ports really held on this machine (random free bases B print as B, B+1, ...), and
-refusals that change nothing.
+setbaseport: the port block on both configuration sides, the probe of ports really held here
+(random free bases print as B, B+1, ...), refusals.
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
-  $ setup() { fixture "$@"; port_profiles "$TOP"; S=$TOP/oservice/osc/conf/services; export B; B=$(orv_free_base 12); }
+  $ profiles() { # the service controller's profile in both its places, rs and mrss
+  >   local x='<?xml version="1.0" encoding="UTF-8"?>' e='    <Environment name='
+  >   mkdir -p "$1/oservice/osc/conf/services" "$1/kernel/oservice/osc/conf"
+  >   printf '%s\n<ServiceController>\n    <Parameter name="OSC_PORT">7872</Parameter>\n</ServiceController>\n' "$x" | tee "$1/kernel/oservice/osc/conf/orvsc_conf.xml" >"$1/oservice/osc/conf/orvsc_conf.xml"
+  >   printf '%s\n<Service name="RS">\n%s"REPOSITORY_SERVICE_PORT">7873</Environment>\n</Service>\n' "$x" "$e" >"$1/oservice/osc/conf/services/rs.xml"
+  >   printf '<Service name="MRSS">\n%s"HOV_MRSS_SHUFFLE_CLIENT_PORT">7879</Environment>\n%s"HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">7880</Environment>\n</Service>\n' "$e" "$e" >"$1/oservice/osc/conf/services/mrss.xml"
+  > }
+  $ sd() { printf '<Service name="SD">\n    <Environment name="SD_SDK_PORT">7874</Environment>\n    <Environment name="SD_ADMIN_PORT">7875</Environment>\n</Service>\n' >"$1"; }
+  $ setup() { fixture "$@"; profiles "$TOP"; S=$TOP/oservice/osc/conf/services; export B; B=$(orv_free_base 12); }
+  $ vals() { perl -ne 'print /^\+[^+].*?(?:">|=(?!"))([^<\n]*)/ ? "$1 " : /^[A-Z\$]/ ? $_ : ""'; echo; } # messages, then the values written
 
-The block of five ports and the shuffle ports; without a shared top vos.conf is not read.
+Five ports and the shuffle ports (vos.conf not read without a shared top); seven with sd profiles.
 
-  $ setup plain; mkdir "$TOP\\conf"; echo VOS_LIM_PORT=7869 >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel
+  $ setup plain; mkdir "$TOP\\conf"; echo VOS_LIM_PORT=7869 >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel | tee ports | names; vals <ports | tail -n 1
   Communication ports have been changed. The new base port is B.
-  +++ top/kernel/conf/orv.conf
-  @@ -3,3 +3,3 @@
-  -ORV_LIM_PORT=7869
-  -ORV_KD_PORT=7870
-  -ORV_PEM_PORT=7871
-  +ORV_LIM_PORT=B
-  +ORV_KD_PORT=B+1
-  +ORV_PEM_PORT=B+2
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/services/mrss.xml
-  @@ -2,2 +2,2 @@
-  -    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">7879</Environment>
-  -    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">7880</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">B+10</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">B+11</Environment>
-  +++ top/oservice/osc/conf/services/rs.xml
-  @@ -3 +3 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
-
-With sd.xml and SD.xml the block has seven ports and both profiles move.
-
-  $ setup plain; sd_profile "$S/sd.xml"; sd_profile "$S/SD.xml"; orv setbaseport $B | rel | grep -v '^[-@]' | grep -i 'sd\|mrss\|^[A-Z]'
+  +++ top/kernel/conf/orv.conf top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/mrss.xml top/oservice/osc/conf/services/rs.xml
+  B B+1 B+2 B+3 B+3 B+10 B+11 B+4 
+  $ setup plain; sd "$S/sd.xml"; sd "$S/SD.xml"; orv setbaseport $B | rel | vals
   Communication ports have been changed. The new base port is B.
-  +++ top/oservice/osc/conf/services/SD.xml
-  +    <Environment name="SD_SDK_PORT">B+5</Environment>
-  +    <Environment name="SD_ADMIN_PORT">B+6</Environment>
-  +++ top/oservice/osc/conf/services/mrss.xml
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">B+10</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">B+11</Environment>
-  +++ top/oservice/osc/conf/services/sd.xml
-  +    <Environment name="SD_SDK_PORT">B+5</Environment>
-  +    <Environment name="SD_ADMIN_PORT">B+6</Environment>
+  B B+1 B+2 B+3 B+3 B+5 B+6 B+10 B+11 B+4 B+5 B+6 
 
-Only the profiles that exist are edited and orv.conf keys are never added; a commented line
-holding the key becomes the active line.
+Only existing profiles and keys are edited; a commented key line becomes the active one.
 
   $ setup plain; rm -r "$TOP/oservice" "$TOP/kernel/oservice"; printf '# ORV kernel configuration\n#ORV_KD_PORT=1\nORV_PEM_PORT =\t7871   \n' >"$CONF/orv.conf"
   $ orv setbaseport $B | rel
@@ -63,244 +35,67 @@ holding the key becomes the active line.
   +ORV_KD_PORT=B+1
   +ORV_PEM_PORT=B+2
 
-Repeated elements all change, comments and other keys stay; an element split over lines
-gets its value after the name line.
+Not plain digits: refused before anything is read; out of range: after the administrator check.
 
-  $ setup plain; printf '<!-- <Environment name="REPOSITORY_SERVICE_PORT">1</Environment> -->\n<Service name="RS">\n    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>\n    <Environment name="REPOSITORY_SERVICE_PORT"></Environment>\n    <Environment name="REPOSITORY_SERVICE_HOST">hostA</Environment>\n</Service>\n' >"$S/rs.xml"
-  $ printf '<Service name="MRSS">\n    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">7879</Environment>\n</Service>\n' >"$S/mrss.xml"
-  $ orv setbaseport $B | rel
-  Communication ports have been changed. The new base port is B.
-  +++ top/kernel/conf/orv.conf
-  @@ -3,3 +3,3 @@
-  -ORV_LIM_PORT=7869
-  -ORV_KD_PORT=7870
-  -ORV_PEM_PORT=7871
-  +ORV_LIM_PORT=B
-  +ORV_KD_PORT=B+1
-  +ORV_PEM_PORT=B+2
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  @@ -3 +3 @@
-  -    <Parameter name="OSC_PORT">7872</Parameter>
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/services/mrss.xml
-  @@ -2 +2 @@
-  -    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">7879</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">B+10</Environment>
-  +++ top/oservice/osc/conf/services/rs.xml
-  @@ -3,2 +3,2 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT">7873</Environment>
-  -    <Environment name="REPOSITORY_SERVICE_PORT"></Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
-  $ setup plain; printf '<Service name="RS">\n    <Environment name="REPOSITORY_SERVICE_PORT"\n        description="port of the repository service, given on its own line">7873</Environment>\n</Service>\n' >"$S/rs.xml"
-  $ orv setbaseport $B | rel | sed -n '/^+++ .*rs.xml/,$p'
-  +++ top/oservice/osc/conf/services/rs.xml
-  @@ -2,2 +2,2 @@
-  -    <Environment name="REPOSITORY_SERVICE_PORT"
-  -        description="port of the repository service, given on its own line">7873</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4
-  +</Environment>
+  $ setup plain; ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR" each setbaseport 7a69 +5 0x401 '１０２５' "' 5'"
+  setbaseport 7a69: Invalid base port 7a69. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport +5: Invalid base port +5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 0x401: Invalid base port 0x401. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95: Invalid base port \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95. The base port must be larger than 1024 and less than 65532. | Command failed. [255] (esc)
+  setbaseport ' 5': Invalid base port  5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  $ each setbaseport 1024 000001024 65532 4294968321 "''"; sed -i 's/= orvadmin/= someoneelse/' "$CONF/orv.cluster.cluster1"; each setbaseport 1024
+  setbaseport 1024: Invalid base port 1024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 000001024: Invalid base port 000001024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 65532: Invalid base port 65532. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 4294968321: Invalid base port 4294968321. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport '': Invalid base port . The base port must be larger than 1024 and less than 65532. | Command failed. [255]
+  setbaseport 1024: You must be cluster administrator [someoneelse] to use orvconfig. | Command failed. [255]
 
-Base ports that are not plain digits are refused before anything is read; out of range
-ones after the administrator check.
+Every busy port of the block is named; the sd ports are probed only with an sd profile.
 
-  $ setup plain; ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR" each setbaseport 7a69 -5 +5 0x401 1025.0 '１０２５'
-  7a69: Invalid base port 7a69. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  -5: Invalid base port -5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  +5: Invalid base port +5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  0x401: Invalid base port 0x401. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  1025.0: Invalid base port 1025.0. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95: Invalid base port \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95. The base port must be larger than 1024 and less than 65532. | Command failed. [255] (esc)
-  $ export ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR"; orv setbaseport ' 5'; orv setbaseport '5 '; unset ORV_UNSET
-  Invalid base port  5. The base port must be larger than 1024 and less than 65532.
-  Command failed.
-  Invalid base port 5 . The base port must be larger than 1024 and less than 65532.
-  Command failed.
-  $ each setbaseport 1024 0 000001024 65532 99999 4294968321 123456789012345678901234567890; orv setbaseport ''
-  1024: Invalid base port 1024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  0: Invalid base port 0. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  000001024: Invalid base port 000001024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  65532: Invalid base port 65532. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  99999: Invalid base port 99999. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  4294968321: Invalid base port 4294968321. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  123456789012345678901234567890: Invalid base port 123456789012345678901234567890. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  Invalid base port . The base port must be larger than 1024 and less than 65532.
-  Command failed.
-  [255]
-  $ sed -i 's/= orvadmin/= someoneelse/' "$CONF/orv.cluster.cluster1"; orv setbaseport 1024
-  You must be cluster administrator [someoneelse] to use orvconfig.
-  Command failed.
-  [255]
-
-Every busy port of the block is named and nothing changes; the sd ports join the probe only
-when an sd profile exists.
-
-  $ setup plain; orv_hold_ports $((B + 1)) $((B + 4)); orv setbaseport $B | rel
-  The port B+1 is in use.
-  The port B+4 is in use.
-  Command failed.
-  [255]
+  $ setup plain; orv_hold_ports $((B + 1)) $((B + 4)); each setbaseport $B | rel
+  setbaseport B: The port B+1 is in use. | The port B+4 is in use. | Command failed. [255]
   $ setup plain; orv_hold_ports $((B + 5)) $((B + 10)); orv setbaseport $B | rel | grep -v '^[-+@]'
   Communication ports have been changed. The new base port is B.
-  $ sd_profile "$S/sd.xml"; orv setbaseport $B | rel
-  The port B+5 is in use.
-  Command failed.
-  [255]
+  $ sd "$S/sd.xml"; each setbaseport $B | rel
+  setbaseport B: The port B+5 is in use. | Command failed. [255]
 
-A shared host: both sides move, the shared side's vos.conf found through ORV_TOP; both passes
-take mrss.xml from the shared directory; the block size comes from the local services.
+A shared host: both sides move (mrss.xml from the shared side), the block size from the local.
 
-  $ setup shared; port_profiles "$SHARE"; sd_profile "$S/sd.xml"; R=$(realpath "$SHARE"); mkdir "$TOP\\conf" "$R\\conf"
-  $ echo VOS_LIM_PORT=7869 | tee "$R\\conf/vos.conf" >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel | grep -v '^[-@]'
+  $ setup shared; profiles "$SHARE"; sd "$S/sd.xml"; R=$(realpath "$SHARE"); mkdir "$TOP\\conf" "$R\\conf"
+  $ echo VOS_LIM_PORT=7869 | tee "$R\\conf/vos.conf" >"$TOP\\conf/vos.conf"; orv setbaseport $B | rel | names
   Communication ports have been changed. The new base port is B.
-  +++ share/kernel/conf/orv.conf
-  +ORV_LIM_PORT=B
-  +ORV_KD_PORT=B+1
-  +ORV_PEM_PORT=B+2
-  +++ share/kernel/oservice/osc/conf/orvsc_conf.xml
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ share/oservice/osc/conf/orvsc_conf.xml
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ share/oservice/osc/conf/services/mrss.xml
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">B+10</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">B+11</Environment>
-  +++ share/oservice/osc/conf/services/rs.xml
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
-  +++ "$T/share\\conf/vos.conf"
-  +VOS_LIM_PORT=B
-  +++ top/kernel/conf/orv.conf
-  +ORV_LIM_PORT=B
-  +ORV_KD_PORT=B+1
-  +ORV_PEM_PORT=B+2
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/services/rs.xml
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
-  +++ top/oservice/osc/conf/services/sd.xml
-  +    <Environment name="SD_SDK_PORT">B+5</Environment>
-  +    <Environment name="SD_ADMIN_PORT">B+6</Environment>
-  +++ "$T/top\\conf/vos.conf"
-  +VOS_LIM_PORT=B
-  $ setup shared; port_profiles "$SHARE"; sd_profile "$SSERVICES/sd.xml"; orv_hold_ports $((B + 6)); orv setbaseport $B | rel | grep '^[A-Z]\|^+++\|+.*SD_'
+  +++ share/kernel/conf/orv.conf share/kernel/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/services/mrss.xml share/oservice/osc/conf/services/rs.xml "$T/share\\conf/vos.conf" top/kernel/conf/orv.conf top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/rs.xml top/oservice/osc/conf/services/sd.xml "$T/top\\conf/vos.conf"
+  $ setup shared; profiles "$SHARE"; sd "$SSERVICES/sd.xml"; orv_hold_ports $((B + 6)); orv setbaseport $B | rel | vals
   Communication ports have been changed. The new base port is B.
-  +++ share/kernel/conf/orv.conf
-  +++ share/kernel/oservice/osc/conf/orvsc_conf.xml
-  +++ share/oservice/osc/conf/orvsc_conf.xml
-  +++ share/oservice/osc/conf/services/mrss.xml
-  +++ share/oservice/osc/conf/services/rs.xml
-  +++ share/oservice/osc/conf/services/sd.xml
-  +    <Environment name="SD_SDK_PORT">B+5</Environment>
-  +    <Environment name="SD_ADMIN_PORT">B+6</Environment>
-  +++ top/kernel/conf/orv.conf
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  +++ top/oservice/osc/conf/services/rs.xml
+  B B+1 B+2 B+3 B+3 B+10 B+11 B+4 B+5 B+6 B B+1 B+2 B+3 B+3 B+4 
 
-A failed edit on the shared side is reported but does not fail the command; one on the local
-side fails it after the other edits, with nothing rolled back.
+A failed shared edit is reported, a failed local one fails the run after the others.
 
-  $ setup shared; port_profiles "$SHARE"; rm "$SSERVICES/rs.xml"; mkdir "$SSERVICES/rs.xml"; orv setbaseport $B | rel | grep -v '^[-+@]'
-  Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/rs.xml.
-  Set REPOSITORY_SERVICE_PORT in B+4 failed.
-  Communication ports have been changed. The new base port is B.
-  $ setup shared; port_profiles "$SHARE"; rm "$CONF/orv.conf"; orv setbaseport $B | rel | grep -v '^[-@]'
-  Cannot open file $T/top/kernel/conf/orv.conf.
-  Set ORV_LIM_PORT in B failed.
-  Cannot open file $T/top/kernel/conf/orv.conf.
-  Set ORV_KD_PORT in B+1 failed.
-  Cannot open file $T/top/kernel/conf/orv.conf.
-  Set ORV_PEM_PORT in B+2 failed.
-  Command failed.
-  Command failed.
-  +++ share/kernel/conf/orv.conf
-  +ORV_LIM_PORT=B
-  +ORV_KD_PORT=B+1
-  +ORV_PEM_PORT=B+2
-  +++ share/kernel/oservice/osc/conf/orvsc_conf.xml
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ share/oservice/osc/conf/orvsc_conf.xml
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ share/oservice/osc/conf/services/mrss.xml
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">B+10</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">B+11</Environment>
-  +++ share/oservice/osc/conf/services/rs.xml
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
-  +++ top/kernel/oservice/osc/conf/orvsc_conf.xml
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/orvsc_conf.xml
-  +    <Parameter name="OSC_PORT">B+3</Parameter>
-  +++ top/oservice/osc/conf/services/rs.xml
-  +    <Environment name="REPOSITORY_SERVICE_PORT">B+4</Environment>
-  [255]
+  $ setup shared; profiles "$SHARE"; rm "$SSERVICES/rs.xml"; mkdir "$SSERVICES/rs.xml"; each setbaseport $B | rel | grep -v '^[-+@]'
+  setbaseport B: Cannot open file $T/share/kernel/conf/../../oservice/osc/conf/services/rs.xml. | Set REPOSITORY_SERVICE_PORT in B+4 failed. | Communication ports have been changed. The new base port is B. [0]
+  $ setup shared; profiles "$SHARE"; rm "$CONF/orv.conf"; each setbaseport $B | rel | names
+  setbaseport B: Cannot open file $T/top/kernel/conf/orv.conf. | Set ORV_LIM_PORT in B failed. | Cannot open file $T/top/kernel/conf/orv.conf. | Set ORV_KD_PORT in B+1 failed. | Cannot open file $T/top/kernel/conf/orv.conf. | Set ORV_PEM_PORT in B+2 failed. | Command failed. | Command failed. [255]
+  +++ share/kernel/conf/orv.conf share/kernel/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/orvsc_conf.xml share/oservice/osc/conf/services/mrss.xml share/oservice/osc/conf/services/rs.xml top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/rs.xml
 
 A local directory named with \conf falls back to conf.old; another one fails.
 
   $ setup plain; mv "$CONF" "$TOP/kernel/conf.old"; ORV_CONFDIR_DIR=$TOP/kernel/conf.old ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\conf"
-  $ orv setbaseport $B | rel | grep '^[A-Z$]\|^+++ top/kernel/conf\|^+ORV'
+  $ orv setbaseport $B | rel | names
   $T/top/kernel\conf does not exist.
   Communication ports have been changed. The new base port is B.
-  +++ top/kernel/conf.old/orv.conf
-  +ORV_LIM_PORT=B
-  +ORV_KD_PORT=B+1
-  +ORV_PEM_PORT=B+2
-  $ ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\none"; orv setbaseport $B
-  Command failed.
-  [255]
+  +++ top/kernel/conf.old/orv.conf top/kernel/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/orvsc_conf.xml top/oservice/osc/conf/services/mrss.xml top/oservice/osc/conf/services/rs.xml
+  $ ORV_LOCAL_CONFDIR_DIR="$TOP/kernel\\none"; each setbaseport $B | rel
+  setbaseport B: Command failed. [255]
 
-Missing environment or cluster name stop before any edit.
-
-  $ setup plain; ORV_UNSET=ORV_CONFDIR orv setbaseport 20000; ORV_UNSET=ORV_LOCAL_CONFDIR orv setbaseport 20000
-  The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig.
-  Command failed.
-  The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig.
-  Command failed.
-  [255]
-  $ printf 'Begin Cluster\nClusterName\nEnd Cluster\n' >"$CONF/orv.shared"; orv setbaseport 20000
-  Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt.
-  Command failed.
-  [255]
-
-The bounds: 1025 and 65531 without sd profiles, 65529 with one (65530 refused); the shuffle
-ports are neither probed nor bounded. Fails loudly if these fixed ports are busy here.
+The bounds (these fixed ports must be free here), the shuffle ports neither probed nor bounded.
 
   $ setup plain; orv_ports_free 1025 5 && orv_ports_free 65529 7 || echo "ports 1025-1029 or 65529-65535 busy"
-  $ orv setbaseport 1025 | grep '^[A-Z]\|^+[^+]'
+  $ for b in 1025 65531; do orv setbaseport $b | vals; done; sd "$S/SD.xml"; each setbaseport 65530; orv setbaseport 65529 | vals
   Communication ports have been changed. The new base port is 1025.
-  +ORV_LIM_PORT=1025
-  +ORV_KD_PORT=1026
-  +ORV_PEM_PORT=1027
-  +    <Parameter name="OSC_PORT">1028</Parameter>
-  +    <Parameter name="OSC_PORT">1028</Parameter>
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">1035</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">1036</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">1029</Environment>
-  $ orv setbaseport 65531 | grep '^[A-Z]\|^+[^+]'
+  1025 1026 1027 1028 1028 1035 1036 1029 
   Communication ports have been changed. The new base port is 65531.
-  +ORV_LIM_PORT=65531
-  +ORV_KD_PORT=65532
-  +ORV_PEM_PORT=65533
-  +    <Parameter name="OSC_PORT">65534</Parameter>
-  +    <Parameter name="OSC_PORT">65534</Parameter>
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">65541</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">65542</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">65535</Environment>
-  $ sd_profile "$S/SD.xml"; orv setbaseport 65530; orv setbaseport 65529 | grep '^[A-Z]\|^+[^+]'
-  Invalid base port 65530. The base port must be larger than 1024 and less than 65532.
-  Command failed.
+  65531 65532 65533 65534 65534 65541 65542 65535 
+  setbaseport 65530: Invalid base port 65530. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   Communication ports have been changed. The new base port is 65529.
-  +ORV_LIM_PORT=65529
-  +ORV_KD_PORT=65530
-  +ORV_PEM_PORT=65531
-  +    <Parameter name="OSC_PORT">65532</Parameter>
-  +    <Parameter name="OSC_PORT">65532</Parameter>
-  +    <Environment name="SD_SDK_PORT">65534</Environment>
-  +    <Environment name="SD_ADMIN_PORT">65535</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_CLIENT_PORT">65539</Environment>
-  +    <Environment name="HOV_MRSS_SHUFFLE_DATA_WRITE_PORT">65540</Environment>
-  +    <Environment name="REPOSITORY_SERVICE_PORT">65533</Environment>
+  65529 65530 65531 65532 65532 65534 65535 65539 65540 65533 

@@ -1,174 +1,66 @@
 unsetmghost on hostB, a candidate promoted after the master hostA (fixture demote).
 
   $ . "$TESTDIR/helpers.bash"; set -o pipefail
-  $ names() { sed '/^[-+@]/{/^+++ /!d}'; }
   $ list() { sed -i "s|^ORV_MASTER_LIST=.*|ORV_MASTER_LIST=\"$*\"|" "$SCONF/orv.conf" "$CCONF/orv.conf"; }
-  $ fixture demote; orv unsetmghost -f | tee demoted
+  $ lists() { perl -ne 'push @r, $1 if /^-(\S+) .*\(linux mg\)$/; push @l, "[$1]" if /^\+ORV_MASTER_LIST=(.*)/; END { print "removed @r; lists @l\n" }'; }
+  $ fixture demote; orv unsetmghost -f | tee demoted | names; grep '^-[^-].*(linux mg)$\|^+[^+]' demoted
   The host will use configuration files on a local directory. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
   This host no longer uses the shared configuration directory.  This host cannot be used as a master candidate.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -8 +7,0 @@
+  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/orv.conf top-hostB/kernel/conf/profile.orv
   -hostB     !        !            1     -    -    -   (linux mg)
-  +++ share/kernel/conf/orv.conf
-  @@ -2 +2 @@
-  -ORV_MASTER_LIST="hostA hostB hostC"
   +ORV_MASTER_LIST="hostA"
-  +++ top-hostB/kernel/conf/cshrc.orv
-  @@ -2 +2 @@
-  -setenv ORV_CONFDIR $T/share/kernel/conf
   +setenv ORV_CONFDIR $ORV_TOP/kernel/conf
-  @@ -4 +4 @@
-  -setenv ORV_OSRVDIR $T/share/oservice
   +setenv ORV_OSRVDIR $ORV_TOP/oservice
-  +++ top-hostB/kernel/conf/orv.conf
-  @@ -2 +2 @@
-  -ORV_MASTER_LIST="hostA hostB hostC"
   +ORV_MASTER_LIST="hostA"
-  @@ -5 +5 @@
-  -ORV_WORKDIR=$T/share/kernel/work
   +ORV_WORKDIR=$T/top-hostB/kernel/work
-  +++ top-hostB/kernel/conf/profile.orv
-  @@ -2 +2 @@
-  -ORV_CONFDIR=$T/share/kernel/conf
   +ORV_CONFDIR=$ORV_TOP/kernel/conf
-  @@ -4 +4 @@
-  -ORV_OSRVDIR=$T/share/oservice
   +ORV_OSRVDIR=$ORV_TOP/oservice
   $ fixture demote; ANSWERS=n each unsetmghost ''; each unsetmghost ''; ANSWERS="x Y y" orv unsetmghost | tee asked | sed '1s/^.*\[y\/n\]//' | cmp - demoted && grep -o '\[y/n\]' asked | wc -l
-  : The host will use configuration files on a local directory, instead of a shared directory.  Do you want to continue? [y/n]No changes. This host uses a shared configuration directory. [0]
-  : The host will use configuration files on a local directory, instead of a shared directory.  Do you want to continue? [y/n]No changes. This host uses a shared configuration directory. [0]
+  unsetmghost : The host will use configuration files on a local directory, instead of a shared directory.  Do you want to continue? [y/n]No changes. This host uses a shared configuration directory. [0]
+  unsetmghost : The host will use configuration files on a local directory, instead of a shared directory.  Do you want to continue? [y/n]No changes. This host uses a shared configuration directory. [0]
   3
 
-The master cannot be demoted; the rebuilt list: the last candidate, a management host
-outside the list, qualified names.
+Not the master; the rebuilt list: the last candidate, a host outside it, qualified names.
 
   $ fixture demote; ORV_HOSTNAME=hostA ORV_LOCAL_CONFDIR_DIR=$CONF ORV_TOP_DIR=$TOP each unsetmghost -f
-  -f: You cannot run this command on the master host. | Command failed. [255]
-  $ fixture demote; ORV_HOSTNAME=hostC orv unsetmghost -f | grep -A2 'ORV_MASTER_LIST\|orv.cluster'
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -9 +8,0 @@
-  -hostC     !        !            1     -    -    -   (linux mg)
-  --
-  -ORV_MASTER_LIST="hostA hostB hostC"
-  +ORV_MASTER_LIST="hostA hostB"
-  +++ top-hostB/kernel/conf/cshrc.orv
-  @@ -2 +2 @@
-  --
-  -ORV_MASTER_LIST="hostA hostB hostC"
-  +ORV_MASTER_LIST="hostA hostB"
-  @@ -5 +5 @@
-  -ORV_WORKDIR=$T/share/kernel/work
-  $ fixture demote; ORV_HOSTNAME=hostD; sed -i "/^End Host/i hostD.lab.local !        !            1     -    -    -   (linux mg)" "$SCONF/orv.cluster.cluster1"
-  $ orv unsetmghost -f | grep -A2 'ORV_MASTER_LIST\|orv.cluster'
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -10 +9,0 @@
-  -hostD.lab.local !        !            1     -    -    -   (linux mg)
-  $ fixture demote; list hostA.lab.local hostC.lab.local hostB.lab.local hostD; orv unsetmghost -f | grep -A2 'ORV_MASTER_LIST\|orv.cluster'
-  +++ share/kernel/conf/orv.cluster.cluster1
-  @@ -8 +7,0 @@
-  -hostB     !        !            1     -    -    -   (linux mg)
-  --
-  -ORV_MASTER_LIST="hostA.lab.local hostC.lab.local hostB.lab.local hostD"
-  +ORV_MASTER_LIST="hostA.lab.local hostC.lab.local"
-  +++ top-hostB/kernel/conf/cshrc.orv
-  @@ -2 +2 @@
-  --
-  -ORV_MASTER_LIST="hostA.lab.local hostC.lab.local hostB.lab.local hostD"
-  +ORV_MASTER_LIST="hostA.lab.local hostC.lab.local"
-  @@ -5 +5 @@
-  -ORV_WORKDIR=$T/share/kernel/work
+  unsetmghost -f: You cannot run this command on the master host. | Command failed. [255]
+  $ fixture demote; ORV_HOSTNAME=hostC orv unsetmghost -f | lists
+  removed hostC; lists ["hostA hostB"] ["hostA hostB"]
+  $ fixture demote; ORV_HOSTNAME=hostD; sed -i "/^End Host/i hostD.lab.local ! ! 1 - - - (linux mg)" "$SCONF/orv.cluster.cluster1"; orv unsetmghost -f | lists
+  removed hostD.lab.local; lists 
+  $ fixture demote; list hostA.lab.local hostC.lab.local hostB.lab.local hostD; orv unsetmghost -f | lists
+  removed hostB; lists ["hostA.lab.local hostC.lab.local"] ["hostA.lab.local hostC.lab.local"]
 
 More than 127 candidates wrap the 8-bit step counter (fillers are addresses: no lookups).
 
   $ fillers() { for i in $(seq 1 "$1"); do echo "10.9.$((i / 250)).$((i % 250 + 1))"; done; }
-  $ fixture demote; list hostA hostB $(fillers 128); orv unsetmghost -f | grep -A1 '^-ORV_MASTER_LIST' | cut -c1-40
-  -ORV_MASTER_LIST="hostA hostB 10.9.0.2 1
-  +ORV_MASTER_LIST=
-  --
-  -ORV_MASTER_LIST="hostA hostB 10.9.0.2 1
-  +ORV_MASTER_LIST=
-  $ fixture demote; ORV_HOSTNAME=hostD; list hostA $(fillers 256); orv unsetmghost -f | grep -A1 '^-ORV_MASTER_LIST' | cut -c1-40
-  -ORV_MASTER_LIST="hostA 10.9.0.2 10.9.0.
-  +ORV_MASTER_LIST="hostA"
-  --
-  -ORV_MASTER_LIST="hostA 10.9.0.2 10.9.0.
-  +ORV_MASTER_LIST="hostA"
-  $ fixture demote; ORV_HOSTNAME=hostD; list hostA hostB $(fillers 125); orv unsetmghost -f | names
-  The host will use configuration files on a local directory. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
-  This host no longer uses the shared configuration directory.  This host cannot be used as a master candidate.
-  +++ top-hostB/kernel/conf/cshrc.orv
-  +++ top-hostB/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/profile.orv
+  $ fixture demote; list hostA hostB $(fillers 128); orv unsetmghost -f | lists
+  removed hostB; lists [] []
+  $ fixture demote; ORV_HOSTNAME=hostD; list hostA $(fillers 256); orv unsetmghost -f | lists
+  removed ; lists ["hostA"] ["hostA"]
+  $ fixture demote; ORV_HOSTNAME=hostD; list hostA hostB $(fillers 125); orv unsetmghost -f | lists
+  removed ; lists 
 
-Performance scripts and the batch product of this cluster are pointed back at the local
-top; a batch product of another cluster is left alone.
+Performance scripts and this cluster's batch product point back locally; another's is left.
 
-  $ fixture demote; mkdir -p "$CTOP/perf/conf"
-  $ printf 'setenv PERF_CONFDIR %s/perf/conf\n' "$SHARE" >"$CTOP/perf/conf/cshrc.perf"; printf 'PERF_CONFDIR=%s/perf/conf\n' "$SHARE" >"$CTOP/perf/conf/profile.perf"
-  $ orv unsetmghost -f | grep -A4 perf
-  +++ top-hostB/perf/conf/cshrc.perf
-  @@ -1 +1 @@
-  -setenv PERF_CONFDIR $T/share/perf/conf
+  $ fixture demote; mkdir -p "$CTOP/perf/conf"; printf 'setenv PERF_CONFDIR %s/perf/conf\n' "$SHARE" >"$CTOP/perf/conf/cshrc.perf"
+  $ printf 'PERF_CONFDIR=%s/perf/conf\n' "$SHARE" >"$CTOP/perf/conf/profile.perf"; orv unsetmghost -f | grep '^+.*PERF_CONFDIR'
   +setenv PERF_CONFDIR $T/top-hostB/perf/conf
-  +++ top-hostB/perf/conf/profile.perf
-  @@ -1 +1 @@
-  -PERF_CONFDIR=$T/share/perf/conf
   +PERF_CONFDIR=$T/top-hostB/perf/conf
-  $ fixture demote; mg_add_vos "$CTOP"; sed -i "s|^VOS_ORV_ENVDIR=.*|VOS_ORV_ENVDIR=$SCONF|" "$CTOP/vos/conf/vos.conf"; VOS_ENVDIR_DIR=$CTOP/vos/conf
-  $ printf 'VOS_ENVDIR=%s/vos/conf\nexport VOS_ENVDIR\n' "$SHARE" >"$CTOP/vos/conf/profile.vos"; printf 'setenv VOS_ENVDIR %s/vos/conf\n' "$SHARE" >"$CTOP/vos/conf/cshrc.vos"
-  $ orv unsetmghost -f | grep -A4 'vos/conf'
-  +++ top-hostB/vos/conf/cshrc.vos
-  @@ -1 +1 @@
-  -setenv VOS_ENVDIR $T/share/vos/conf
+  $ vos() { fixture demote; mg_add_vos "$CTOP"; VOS_ENVDIR_DIR=$CTOP/vos/conf; sed -i "s|^VOS_ORV_ENVDIR=.*|VOS_ORV_ENVDIR=$1|" "$CTOP/vos/conf/vos.conf"; sed -i "s|\$VOS_TOP|$SHARE/vos|" "$CTOP/vos/conf/"*.vos; }
+  $ vos "$SCONF"; orv unsetmghost -f | grep '^+.*VOS_ENVDIR'; vos "$T"; orv unsetmghost -f | grep '^+.*VOS_ENVDIR' || echo "another cluster's: left alone"
   +setenv VOS_ENVDIR $VOS_TOP/conf
-  +++ top-hostB/vos/conf/profile.vos
-  @@ -1 +1 @@
-  -VOS_ENVDIR=$T/share/vos/conf
   +VOS_ENVDIR=$VOS_TOP/conf
-  $ fixture demote; mg_add_vos "$CTOP"; sed -i "s|^VOS_ORV_ENVDIR=.*|VOS_ORV_ENVDIR=$T|" "$CTOP/vos/conf/vos.conf"; VOS_ENVDIR_DIR=$CTOP/vos/conf
-  $ printf 'VOS_ENVDIR=%s/vos/conf\n' "$SHARE" >"$CTOP/vos/conf/profile.vos"; orv unsetmghost -f | names
-  The host will use configuration files on a local directory. You must reset your environment before you can run any more ORV commands. Source the environment $T/top-hostB/cshrc.tolvane or $T/top-hostB/profile.tolvane again.
-  This host no longer uses the shared configuration directory.  This host cannot be used as a master candidate.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/cshrc.orv
-  +++ top-hostB/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/profile.orv
+  another cluster's: left alone
 
 A failed edit stops the demotion with its report key; nothing is rolled back.
 
-  $ fixture demote; mg_add_vos "$CTOP"; sed -i "s|^VOS_ORV_ENVDIR=.*|VOS_ORV_ENVDIR=$SCONF|" "$CTOP/vos/conf/vos.conf"; rm "$CTOP/vos/conf/profile.vos"; mkdir "$CTOP/vos/conf/profile.vos"
-  $ VOS_ENVDIR_DIR=$CTOP/vos/conf orv unsetmghost -f | names
-  Cannot open file $T/top-hostB/vos/conf/profile.vos.
-  Set ORV_CONFDIR in profile.vos failed.
-  Command failed.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/cshrc.orv
-  +++ top-hostB/kernel/conf/profile.orv
-  [255]
-  $ fixture demote; rm "$CCONF/orv.conf"; mkdir "$CCONF/orv.conf"; orv unsetmghost -f | names
-  Cannot open file $T/top-hostB/kernel/conf/orv.conf.
-  Set ORV_OSRVDIR in orv.conf failed.
-  Command failed.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  +++ top-hostB/kernel/conf/cshrc.orv
-  +++ top-hostB/kernel/conf/profile.orv
-  [255]
-  $ fixture demote; rm "$CCONF/cshrc.orv"; orv unsetmghost -f | names
-  Cannot open file $T/top-hostB/kernel/conf/cshrc.orv.
-  Set ORV_CONFDIR in cshrc.orv failed.
-  Command failed.
-  +++ share/kernel/conf/orv.cluster.cluster1
-  +++ share/kernel/conf/orv.conf
-  [255]
-
-Refusals before anything is changed.
-
-  $ fixture demote; ORV_UNSET=ORV_LOCAL_CONFDIR each unsetmghost -f
-  -f: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
-  $ printf 'Begin Cluster\nClusterName\nEnd Cluster\n' >"$SCONF/orv.shared"; each unsetmghost -f
-  -f: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
-  $ fixture demote; sed -i 's/^Administrators = .*/Administrators = someone/' "$SCONF/orv.cluster.cluster1"; each unsetmghost -f
-  -f: You must be cluster administrator [someone] to use orvconfig. | Command failed. [255]
+  $ vos "$SCONF"; rm "$CTOP/vos/conf/profile.vos"; mkdir "$CTOP/vos/conf/profile.vos"; each unsetmghost -f | names
+  unsetmghost -f: Cannot open file $T/top-hostB/vos/conf/profile.vos. | Set ORV_CONFDIR in profile.vos failed. | Command failed. [255]
+  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/profile.orv top-hostB/vos/conf/cshrc.vos
+  $ fixture demote; rm "$CCONF/orv.conf"; mkdir "$CCONF/orv.conf"; each unsetmghost -f | names
+  unsetmghost -f: Cannot open file $T/top-hostB/kernel/conf/orv.conf. | Set ORV_OSRVDIR in orv.conf failed. | Command failed. [255]
+  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf top-hostB/kernel/conf/cshrc.orv top-hostB/kernel/conf/profile.orv
+  $ fixture demote; rm "$CCONF/cshrc.orv"; each unsetmghost -f | names
+  unsetmghost -f: Cannot open file $T/top-hostB/kernel/conf/cshrc.orv. | Set ORV_CONFDIR in cshrc.orv failed. | Command failed. [255]
+  +++ share/kernel/conf/orv.cluster.cluster1 share/kernel/conf/orv.conf

@@ -1,226 +1,146 @@
 #!/bin/bash
-# Crash consistency and write faults, over the representative edits of scenarios.sh.
-#
+# Crash consistency and write faults over a table of representative edits (scenario below).
 #   ORVCONFIG=build/orvconfig tests/reliability/faults.sh [SCENARIO...]
-#
-# Per scenario, after a clean run (the exact files changed) and a self-test (the check
-# must report each changed file cut in half, an old ".tmp" taken for new, a stray file):
-# - kill points: orvconfig killed (SIGKILL injected by strace as the call is entered) at
-#   each openat, fcntl, write, ftruncate, fsync, close and unlink in turn; every file then
-#   holds its complete old or new version, or its ".tmp" the complete new one, and no lock
-#   outlived the run (fcntl is among the kill points, so runs die waiting for or holding
-#   a lock);
-# - write faults: each write, fsync or ftruncate on a file of the tree fails (ENOSPC, then
-#   EIO); the file whose write failed is unchanged and its ".tmp" gone (the ".tmp" failed),
-#   or the ".tmp" holds the complete new text (the file itself failed); the matching
-#   "Cannot write file" message was printed; status 255 (also where mghost's change
-#   scripts go on after "Set %s in %s failed."); nothing lost; no sanitizer report;
-# - "ulimit -f 2" with the edited files padded past it: each edit fails at its ".tmp",
-#   the files stay byte-identical, no ".tmp" is left.
+# Per scenario, after a clean run (exactly the files listed change) and a self-test of the
+# check (a changed file cut in half, an old ".tmp", a stray file must all be reported):
+# - SIGKILL at each openat, fcntl, write, ftruncate, fsync, close and unlink in turn: every
+#   file holds a complete version (old, new, or the copy an edited copy was made from) or
+#   its ".tmp" a complete one that is not the old, and no lock outlived the run;
+# - ENOSPC, then EIO, on each write, fsync and ftruncate of a file of the tree: status 255,
+#   no sanitizer report, "Cannot write file" naming what failed; a failed ".tmp" is gone and
+#   its file as before the edit, a failed file has its new text in its ".tmp"; nothing lost;
+# - "ulimit -f 2" with the edited files padded past it: status 255, files unchanged, no ".tmp".
 set -uo pipefail
-source "$(dirname "$0")/scenarios.sh"
+source "$(dirname "$0")/../cli/helpers.bash"
+if ! command -v strace >/dev/null || [ -z "$NSS_WRAPPER_LIB" ]; then echo "strace or libnss-wrapper missing" && exit 77; fi
+[ -x "${ORVCONFIG:-}" ] || { echo "set ORVCONFIG to the orvconfig binary" >&2; exit 2; }
+W=$(mktemp -d) && trap 'rm -rf "$W"' EXIT
+BATS_TEST_TMPDIR=$W PY=$(command -v /usr/bin/python3 python3 | head -1) FAILS=0 KILLS=0 FAULTS=0
 
-KILL_CALLS=(openat fcntl write ftruncate fsync close unlink)
-FAULT_CALLS=(write fsync ftruncate)
-FAULT_ERRNOS=(ENOSPC EIO)
-
-# traced OUT STRACE_ARGS...: one run of the scenario under strace, output in OUT; status.
+# scenario NAME: lays out $T and sets ARGS, CHANGED (the files a clean run changes) and VIA
+# ("copy=source": a file made as a copy of source, then edited).
+scenario() {
+    rm -rf "$W/t" && orv_setup_tree && VIA=()
+    case $1 in
+        masterlist) # orv.conf rewritten once
+            sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostA hostB"/' "$CONF/orv.conf"
+            sed -i '/^HOSTNAME/a hostA     !    !   1   -   -   -    (mg linux)\nhostB     !    !   1   -   -   -    (mg linux)' \
+                "$CONF/orv.cluster.cluster1"
+            ARGS=(masterlist "hostB,hostA") CHANGED=(top/kernel/conf/orv.conf) ;;
+        hdfsport) # one XML value in the only profile present
+            printf '<?xml version="1.0"?>\n<Service name="NameNode">\n    <EnvVar name="HOV_HDFS_PORT">8020</EnvVar>\n</Service>\n' \
+                >"$TOP/oservice/osc/conf/services/namenode.xml"
+            ARGS=(hovhdfsport set "$PORT") CHANGED=(top/oservice/osc/conf/services/namenode.xml) ;;
+        join) # a new cluster: three files rewritten once each
+            sed -i '/^ORV_GET_CONF=/d' "$CONF/orv.conf"
+            ARGS=(join hostA -f) CHANGED=(top/kernel/conf/{orv.conf,orv.cluster.cluster1,ResourceGroups.xml}) ;;
+        resources) # new tags merged into an existing key
+            sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostB"/' "$CONF/orv.conf"
+            echo 'ORV_LOCAL_RESOURCES="[resource a]" # site tags' >>"$CONF/orv.conf"
+            ARGS=(addresourceattr "[resource scvg] [resourcemap 4*mem]") CHANGED=(top/kernel/conf/orv.conf) ;;
+        mghost) # the master: four files copied, the shared orv.conf and the local profile edited
+            mg_write_host_conf "$CONF" "$TOP" "hostA hostB"
+            mg_product "$TOP" '' '' "$TOP" "$(for f in orv.conf orv.shared orv.cluster.@CLUSTERNAME@ ResourceGroups.xml; do
+                echo "file|@ORV_CONFDIR@/$f|@SHARETOP@/kernel/conf/$f|Y"; done)" \
+                'replacestring|@SHARETOP@/kernel/conf/orv.conf|ORV_WORKDIR=|ORV_WORKDIR=@SHARETOP@/kernel/work' \
+                'replaceline|@ORV_CONFDIR@/profile.orv|ORV_CONFDIR=|ORV_CONFDIR=@SHARETOP@/kernel/conf'
+            echo '# installed products' >"$TOP/.install/head.conf"
+            ARGS=(mghost "$SHARE" -f) CHANGED=(top/kernel/conf/profile.orv share/kernel/conf/{orv.conf,orv.shared,orv.cluster.cluster1,ResourceGroups.xml})
+            for f in orv.conf orv.cluster.cluster1 ResourceGroups.xml; do VIA+=("share/kernel/conf/$f=top/kernel/conf/$f"); done ;;
+    esac
+    rm -rf "$W/old" && cp -a "$T" "$W/old"
+}
+restore() { rm -rf "$T" && cp -a "$W/old" "$T"; }
+# traced OUT STRACE_ARGS...: one run under strace from the pristine tree; its status.
 traced() {
-    local out=$1
-    shift
-    local -a envs
-    mapfile -t envs < <(rel_env)
-    rel_restore
-    # The braces keep the shell's own "Killed" report out of the output.
-    { env -i PATH="$PATH" strace -f -qq "$@" "${envs[@]/#/-E}" "$ORVCONFIG" "${REL_ARGS[@]}" \
-        </dev/null >"$out" 2>&1; } 2>/dev/null
+    local out=$1 envs
+    shift && restore && mapfile -t envs < <(orv_env | sed 's/^ASAN_OPTIONS=.*/ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0/')
+    { env -i PATH="$PATH" strace -f -qq "$@" "${envs[@]/#/-E}" "$ORVCONFIG" "${ARGS[@]}" </dev/null >"$out" 2>&1; } 2>/dev/null
 }
-
-# The calls of a clean run, one "syscall index path" line each (path "-" when the call
-# is not on a file of the tree).
-list_calls() {
-    traced /dev/null -y -o "$W/trace" -e trace="$(IFS=,; echo "${KILL_CALLS[*]}")" ||
-        rel_die "the traced clean run failed"
-    awk -v root="$T/" '{
-        for (i = 1; i <= NF; i++) if ($i ~ /^[a-z0-9_]+\(/) break
-        if (i > NF) next
-        name = $i; sub(/\(.*/, "", name); n[name]++; path = "-"
-        if (match($0, /\(([0-9]+)<[^>]*>/)) {
-            p = substr($0, RSTART, RLENGTH); sub(/^\([0-9]+</, "", p); sub(/>$/, "", p)
-            if (index(p, root) == 1) path = p
-        }
-        print name, n[name], path
-    }' "$W/trace"
-}
-
-FAILS=0
-fail() {
-    echo "  $CASE: $*"
-    sed 's/^/    | /' "$W/out"
-    FAILS=$((FAILS + 1))
-}
-
-# ---- self-test and kill points ----
-
-check_catches_loss() {
-    local rel size
-    for rel in "${REL_CHANGED[@]}"; do
-        rel_restore
-        mkdir -p "$(dirname "$T/$rel")"
-        [ -f "$T/$rel" ] || cp "$W/clean/$rel" "$T/$rel"
-        size=$(wc -c <"$T/$rel")
-        head -c $((size / 2)) "$W/clean/$rel" >"$T/$rel"
-        rel_check_tree >/dev/null && rel_die "the check missed a half-written $rel"
-        [ -f "$W/pristine/$rel" ] && cp "$W/pristine/$rel" "$T/$rel.tmp"
-        rel_check_tree >/dev/null && rel_die "the check took an old .tmp for $rel as new"
+files() { (cd "$1" && find . -type f ! -path './nss/*' ! -name '*.tmp' | sed 's|^\./||' | LC_ALL=C sort); }
+# same PATH REF: both absent, or both files with the same bytes.
+same() { if [ -e "$2" ]; then [ -f "$1" ] && cmp -s "$1" "$2"; else [ ! -e "$1" ]; fi; }
+# version PATH REL [not-old]: PATH holds a version of REL.
+version() {
+    local v
+    for v in new ${3:-old} $(printf '%s\n' "${VIA[@]}" | sed -n "s|^$2=||p"); do
+        case $v in new) same "$1" "$W/new/$2" ;; old) same "$1" "$W/old/$2" ;; *) same "$1" "$W/old/$v" ;; esac && return 0
     done
-    rel_restore
-    echo "stray" >"$T/top/kernel/conf/stray.conf"
-    rel_check_tree >/dev/null && rel_die "the check missed a stray file"
-    return 0
+    return 1
 }
-
-# A killed run leaves no lock behind: every changed file can be locked at once.
-PYTHON=$(command -v /usr/bin/python3 || command -v python3)
-no_stale_lock() {
-    "$PYTHON" - "$T" "${REL_CHANGED[@]}" <<'PY'
-import fcntl, os, sys
-for rel in sys.argv[2:]:
-    path = os.path.join(sys.argv[1], rel)
-    if os.path.isfile(path):
-        try:
-            fcntl.lockf(open(path, "r+"), fcntl.LOCK_EX | fcntl.LOCK_NB)
-        except OSError:
-            sys.exit("    %s is still locked" % rel)
-PY
+# before_edit PATH REL: PATH holds a version of REL other than the new one, or REL does not change.
+before_edit() { version "$1" "$2" && { ! same "$1" "$W/new/$2" || same "$W/old/$2" "$W/new/$2"; }; }
+check_tree() {
+    local f bad=0
+    for f in "${TRACKED[@]}"; do
+        version "$T/$f" "$f" || { [ -f "$T/$f.tmp" ] && version "$T/$f.tmp" "$f" not-old; } || { echo "LOST: $f"; bad=1; }
+    done
+    for f in $(files "$T"); do [[ " ${TRACKED[*]} " == *" $f "* ]] || { echo "STRAY: $f"; bad=1; }; done
+    return $bad
 }
+fail() { echo "  $CASE: $*" && sed 's/^/    | /' "$W/out" && FAILS=$((FAILS + 1)); }
+# reported PATTERN PATH: an output line matches PATTERN and its \1 names PATH (resolved).
+reported() { sed -n "s|^$1|\\1|p" "$W/out" | while read -r p; do [ "$(realpath -m "$p")" = "$2" ] && echo y; done | grep -q y; }
 
-kill_points() {
-    local call idx
-    while read -r call idx _; do
-        CASE="$1: killed at $call #$idx"
+PORT=$(orv_free_base 1) || exit 2
+[ $# -gt 0 ] || set -- masterlist hdfsport join resources mghost
+for name in "$@"; do
+    scenario "$name"
+    traced "$W/out" -y -o "$W/trace" -e trace=openat,fcntl,write,ftruncate,fsync,close,unlink || { cat "$W/out"; exit 2; }
+    rm -rf "$W/new" && cp -a "$T" "$W/new"
+    mapfile -t TRACKED < <( (files "$W/old"; files "$W/new") | LC_ALL=C sort -u)
+    changed=$(for f in "${TRACKED[@]}"; do same "$W/old/$f" "$W/new/$f" || echo "$f"; done)
+    [ "$changed" = "$(printf '%s\n' "${CHANGED[@]}" | LC_ALL=C sort)" ] || { echo "$name: the clean run changed [$changed]"; exit 2; }
+    for f in "${CHANGED[@]}"; do # self-test: a half-written file, an old .tmp, a stray file
+        restore && mkdir -p "$(dirname "$T/$f")" && head -c $(($(wc -c <"$W/new/$f") / 2)) "$W/new/$f" >"$T/$f"
+        check_tree >/dev/null && { echo "the check missed a half-written $f"; exit 2; }
+        [ -f "$W/old/$f" ] && cp "$W/old/$f" "$T/$f.tmp" && check_tree >/dev/null && { echo "the check took an old .tmp for $f"; exit 2; }
+    done
+    restore && echo stray >"$T/top/kernel/conf/stray.conf" && check_tree >/dev/null && { echo "the check missed a stray file"; exit 2; }
+    # One "call index path" line per call of the clean run (path "-" when not a file of the tree).
+    awk -v root="$T/" '{ for (i = 1; i <= NF && $i !~ /^[a-z0-9_]+\(/; i++); if (i > NF) next
+        name = $i; sub(/\(.*/, "", name); p = "-"
+        if (match($0, /\([0-9]+<[^>]*>/)) { p = substr($0, RSTART, RLENGTH); sub(/^\([0-9]+</, "", p); sub(/>$/, "", p) }
+        print name, ++n[name], index(p, root) == 1 ? p : "-" }' "$W/trace" >"$W/calls"
+    k0=$KILLS f0=$FAULTS
+    while read -r call idx path; do
+        CASE="$name: killed at $call #$idx"
         traced "$W/out" -o /dev/null -e trace="$call" -e inject="$call:signal=KILL:when=$idx"
         [ $? -eq 137 ] || fail "the process was not killed"
-        if ! rel_check_tree >"$W/check" || ! no_stale_lock >>"$W/check"; then fail "$(cat "$W/check")"; fi
+        check_tree >"$W/check" || fail "$(cat "$W/check")"
+        "$PY" -c 'import fcntl, os, sys
+for p in sys.argv[1:]:
+    if os.path.isfile(p): fcntl.lockf(open(p, "r+"), fcntl.LOCK_EX | fcntl.LOCK_NB)' "${CHANGED[@]/#/$T/}" 2>/dev/null ||
+            fail "a lock outlived the run"
         KILLS=$((KILLS + 1))
-    done <"$W/calls"
-}
-
-# ---- write faults ----
-
-# The index in REL_TRACKED of the file PATH (absolute), or nothing.
-tracked_index() {
-    local i
-    for i in "${!REL_TRACKED[@]}"; do
-        [ "$T/${REL_TRACKED[$i]}" = "$1" ] && echo "$i" && return
-    done
-}
-
-# Whether the failed call on PATH was an edit of one of mghost's change scripts.
-declare -A SCRIPT_KEY=([orv.conf]=ORV_WORKDIR= [profile.orv]=ORV_CONFDIR=)
-script_edit() {
-    [ "${REL_ARGS[0]}" = mghost ] || return 1
-    case ${1%.tmp} in */share/kernel/conf/orv.conf | */top/kernel/conf/profile.orv) return 0 ;; esac
-    return 1
-}
-
-# reported PATTERN PATH: a line of the output matches the sed PATTERN and its group names
-# PATH (the messages show paths as formed, with "..", so both are resolved).
-reported() {
-    local named
-    while IFS= read -r named; do
-        [ "$(realpath -m "$named")" = "$2" ] && return 0
-    done < <(sed -n "s|^$1|\\1|p" "$W/out")
-    return 1
-}
-
-# before_edit PATH IDX: PATH holds a version of file IDX other than the one the run
-# gives, or the file is one that the run does not change.
-before_edit() {
-    rel_matches_version "$1" "$2" || return 1
-    local clean=$W/clean/${REL_TRACKED[$2]}
-    cmp -s "$W/pristine/${REL_TRACKED[$2]}" "$clean" || ! cmp -s "$1" "$clean"
-}
-
-# check_fault STATUS PATH: the outcome of a run whose write to PATH failed.
-check_fault() {
-    local status=$1 path=$2 base=${2%.tmp} idx
-    idx=$(tracked_index "$base")
-    [ -n "$idx" ] || { fail "the failed file $base is not one of the tree's files"; return; }
-    if grep -q 'Sanitizer\|runtime error' "$W/out"; then fail "sanitizer report"; fi
-    [ "$status" -eq 255 ] || fail "exit status $status, expected 255"
-    if script_edit "$path"; then
-        grep -qxF -e "Set ${SCRIPT_KEY[${base##*/}]} in $base failed." \
-            -e "Error when disposing the config files" "$W/out" ||
-            fail "neither the failed edit nor the failed copy of $base reported"
-    fi
-    if [ "$path" != "$base" ]; then
-        reported "Cannot write file \(.*\)\.$" "$path" || fail "no \"Cannot write file $path.\""
-        [ -e "$path" ] && fail "$path was left behind"
-        before_edit "$base" "$idx" || fail "$base is not its version before the edit"
-    else
-        if ! reported "Cannot write file \(.*\)\. Its new content is kept in .*\.$" "$base" ||
-            ! reported "Cannot write file .*\. Its new content is kept in \(.*\)\.$" "$base.tmp"; then
-            fail "no \"Cannot write file $base. Its new content is kept in $base.tmp.\""
-        fi
-        rel_matches_version "$base.tmp" "$idx" not-old || fail "$base.tmp does not hold the new text"
-    fi
-    rel_check_tree >"$W/check" || fail "$(cat "$W/check")"
-}
-
-write_faults() {
-    local call idx path errno
-    while read -r call idx path; do
-        case " ${FAULT_CALLS[*]} " in *" $call "*) ;; *) continue ;; esac
-        [ "$path" != - ] || continue
-        for errno in "${FAULT_ERRNOS[@]}"; do
-            CASE="$1: $call #$idx ($path) -> $errno"
+        [[ " write fsync ftruncate " == *" $call "* && $path != - ]] || continue
+        for errno in ENOSPC EIO; do
+            CASE="$name: $call #$idx ($path) -> $errno" base=${path%.tmp} rel=${path#"$T/"} FAULTS=$((FAULTS + 1))
             traced "$W/out" -o /dev/null -e trace="$call" -e inject="$call:error=$errno:when=$idx"
-            check_fault $? "$path"
-            FAULTS=$((FAULTS + 1))
+            [ $? -eq 255 ] || fail "exit status other than 255"
+            ! grep -q 'Sanitizer\|runtime error' "$W/out" || fail "sanitizer report"
+            if [ "${ARGS[0]}" = mghost ] && [[ $base == */share/kernel/conf/orv.conf || $base == */profile.orv ]]; then
+                grep -q "^Set .* in $base failed\.$\|^Error when disposing the config files$" "$W/out" || fail "the failed edit not reported"
+            fi
+            if [ "$path" != "$base" ]; then
+                reported "Cannot write file \(.*\)\.$" "$path" || fail "no \"Cannot write file $path.\""
+                [ ! -e "$path" ] || fail "$path was left behind"
+                before_edit "$base" "${rel%.tmp}" || fail "$base is not a version from before the edit"
+            else
+                reported "Cannot write file \(.*\)\. Its new content is kept in .*\.$" "$base" || fail "no \"... kept in $base.tmp.\""
+                version "$base.tmp" "$rel" not-old || fail "$base.tmp does not hold the new text"
+            fi
+            check_tree >"$W/check" || fail "$(cat "$W/check")"
         done
     done <"$W/calls"
-}
-
-size_limit() {
-    local rel status
-    local -a padded=() envs
-    for rel in "${REL_CHANGED[@]}"; do
-        [ -f "$W/pristine/$rel" ] || continue
-        for _ in $(seq 100); do echo "# site note: keep this file under version control"; done \
-            >>"$W/pristine/$rel"
-        padded+=("$rel")
-    done
-    CASE="$1: ulimit -f 2"
-    rel_restore
-    mapfile -t envs < <(rel_env)
-    (ulimit -f 2 && exec env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "${REL_ARGS[@]}") \
-        </dev/null >"$W/out" 2>&1
-    status=$?
-    [ "$status" -eq 255 ] || fail "exit status $status, expected 255"
-    for rel in "${padded[@]}"; do
-        cmp -s "$W/pristine/$rel" "$T/$rel" || fail "$rel changed"
-        [ -e "$T/$rel.tmp" ] && fail "$rel.tmp was left behind"
-    done
-    reported "Cannot write file \(.*\)\.$" "$T/${padded[0]}.tmp" ||
-        fail "no \"Cannot write file $T/${padded[0]}.tmp.\""
-}
-
-rel_setup_work
-[ $# -gt 0 ] || set -- "${REL_SCENARIOS[@]}"
-DONE=0 KILLS=0 FAULTS=0
-for name in "$@"; do
-    rel_scenario "$name"
-    rel_clean_run "$name"
-    check_catches_loss
-    list_calls >"$W/calls"
-    k=$KILLS f=$FAULTS
-    kill_points "$name"
-    write_faults "$name"
-    size_limit "$name"
-    echo "$name: $((KILLS - k)) kill points, $((FAULTS - f)) write faults, ulimit -f (${#REL_TRACKED[@]} files tracked)"
-    DONE=$((DONE + 1))
+    CASE="$name: ulimit -f 2"
+    for f in "${CHANGED[@]}"; do [ ! -f "$W/old/$f" ] || seq -f '# site note %g: keep this file under version control' 100 >>"$W/old/$f"; done
+    restore && mapfile -t envs < <(orv_env)
+    (ulimit -f 2 && exec env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "${ARGS[@]}") </dev/null >"$W/out" 2>&1
+    [ $? -eq 255 ] || fail "exit status other than 255"
+    for f in "${CHANGED[@]}"; do [ ! -f "$W/old/$f" ] || { same "$T/$f" "$W/old/$f" && [ ! -e "$T/$f.tmp" ]; } || fail "$f changed or its .tmp left"; done
+    reported "Cannot write file \(.*\)\.$" "$T/${CHANGED[0]}.tmp" || fail "no \"Cannot write file $T/${CHANGED[0]}.tmp.\""
+    echo "$name: $((KILLS - k0)) kill points, $((FAULTS - f0)) write faults, ulimit -f (${#TRACKED[@]} files tracked)"
 done
-[ "$DONE" -eq $# ] || rel_die "only $DONE of $# scenarios ran to the end"
 echo "kill points: $KILLS; write faults: $FAULTS; failed: $FAILS"
 [ "$FAILS" -eq 0 ]

@@ -1,70 +1,22 @@
 // The one fixture of the unit tests: a fresh temporary directory per case with helpers to
-// lay files out and read them back byte for byte, and a runner for code that prints, reads
-// standard input or changes process state (it runs in a forked child).
+// lay files out and read them back byte for byte, and a runner for code that prints or
+// changes process state (it runs in a forked child, its standard output captured).
 #pragma once
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <ctime>
+#include <csignal>
 #include <filesystem>
-#include <functional>
 #include <fstream>
+#include <functional>
 #include <sstream>
-#include <string>
 
 namespace orv::test {
-
-inline std::string readWholeFile(const std::string& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-
-inline void writeWholeFile(const std::string& p, const std::string& content) {
-    std::ofstream(p, std::ios::binary | std::ios::trunc) << content;
-}
-
-struct ChildRun {
-    std::string output;  // everything the child wrote to standard output
-    int result = -1;     // the body's return value, modulo 256
-};
-
-// Runs body in a child with `input` on standard input; captures its standard output.
-inline ChildRun runInChild(const std::string& input, const std::function<int()>& body) {
-    char in[] = "/tmp/orv_unit_in.XXXXXX";
-    char out[] = "/tmp/orv_unit_out.XXXXXX";
-    const int inFd = mkstemp(in);
-    const int outFd = mkstemp(out);
-    EXPECT_TRUE(inFd >= 0 && outFd >= 0);
-    EXPECT_EQ(::write(inFd, input.data(), input.size()), static_cast<ssize_t>(input.size()));
-    ::lseek(inFd, 0, SEEK_SET);
-    std::fflush(stdout);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        if (dup2(inFd, 0) < 0 || dup2(outFd, 1) < 0) _exit(255);
-        clearerr(stdin);
-        const int code = body();
-        std::fflush(stdout);
-        _exit(code & 0xff);
-    }
-    ChildRun run;
-    int status = 0;
-    EXPECT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status));
-    run.result = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    run.output = readWholeFile(out);
-    ::close(inFd);
-    ::close(outFd);
-    ::unlink(in);
-    ::unlink(out);
-    return run;
-}
 
 class TempDirTest : public ::testing::Test {
   protected:
@@ -73,52 +25,60 @@ class TempDirTest : public ::testing::Test {
         ASSERT_NE(mkdtemp(name), nullptr);
         dir_ = name;
     }
-    void TearDown() override {
-        std::error_code ec;
-        for (const auto& e : std::filesystem::recursive_directory_iterator(dir_, ec)) {
-            if (e.is_directory(ec) && !e.is_symlink(ec)) ::chmod(e.path().c_str(), 0700);
-        }
-        std::filesystem::remove_all(dir_, ec);
-    }
-
+    void TearDown() override { std::filesystem::remove_all(dir_); }
     std::string path(const std::string& rel) const { return dir_ + "/" + rel; }
-    std::string mkdir(const std::string& rel) const {
-        std::filesystem::create_directories(path(rel));
-        return path(rel);
-    }
     // Writes rel (making its parents) and returns its full path.
     std::string write(const std::string& rel, const std::string& content) const {
         std::filesystem::create_directories(std::filesystem::path(path(rel)).parent_path());
-        writeWholeFile(path(rel), content);
+        std::ofstream(path(rel), std::ios::binary | std::ios::trunc) << content;
         return path(rel);
     }
     // Reads a full path, or a path relative to the case's directory.
     std::string read(const std::string& p) const {
-        return readWholeFile(!p.empty() && p[0] == '/' ? p : path(p));
+        std::ifstream in(!p.empty() && p[0] == '/' ? p : path(p), std::ios::binary);
+        std::ostringstream s;
+        s << in.rdbuf();
+        return s.str();
     }
-    static bool exists(const std::string& p) {
-        struct stat st {};
-        return ::lstat(p.c_str(), &st) == 0;
-    }
-    bool has(const std::string& rel) const { return exists(path(rel)); }
-    static struct stat statOf(const std::string& p) {
+    static bool exists(const std::string& p) { struct stat st {}; return ::lstat(p.c_str(), &st) == 0; }
+    // The modification time in nanoseconds; agedMtime first moves it one hour back.
+    static long long mtimeOf(const std::string& p) {
         struct stat st {};
         EXPECT_EQ(::stat(p.c_str(), &st), 0);
-        return st;
+        return st.st_mtim.tv_sec * 1000000000LL + st.st_mtim.tv_nsec;
     }
-    static mode_t modeOf(const std::string& p) { return statOf(p).st_mode & 07777; }
-    // Moves a file's modification time one hour into the past.
-    static void ageFile(const std::string& p) {
-        struct timespec times[2];
-        times[0].tv_sec = times[1].tv_sec = ::time(nullptr) - 3600;
-        times[0].tv_nsec = times[1].tv_nsec = 0;
-        ASSERT_EQ(::utimensat(AT_FDCWD, p.c_str(), times, 0), 0);
+    static long long agedMtime(const std::string& p) {
+        const struct timespec times[2] = {{::time(nullptr) - 3600, 0}, {::time(nullptr) - 3600, 0}};
+        EXPECT_EQ(::utimensat(AT_FDCWD, p.c_str(), times, 0), 0);
+        return mtimeOf(p);
     }
-    // For a child that must meet a file it may read but not write: a superuser child becomes
-    // "nobody"; the directory is opened up so that it can still create and remove files.
-    bool dropPrivileges() const {
-        if (::chmod(dir_.c_str(), 0777) != 0) return false;
-        return ::geteuid() != 0 || ::setuid(65534) == 0;
+    // Runs body in a child (standard input empty; killed after 10 s, so a blocking open of a
+    // FIFO shows as a failure) and returns what it printed, then its result as "[N]" (N
+    // modulo 256, -1 when killed). With `unprivileged`, a superuser child becomes "nobody"
+    // first (the directory opened up for it); with `sizeLimit`, writes past it fail.
+    std::string inChild(const std::function<int()>& body, bool unprivileged = false, rlim_t sizeLimit = 0) const {
+        char out[] = "/tmp/orv_unit_out.XXXXXX";
+        const int outFd = mkstemp(out);
+        std::fflush(stdout);
+        const pid_t pid = fork();
+        if (pid == 0) {
+            const int in = ::open("/dev/null", O_RDONLY);
+            const struct rlimit limit = {sizeLimit, sizeLimit};
+            if (in < 0 || dup2(in, 0) < 0 || dup2(outFd, 1) < 0) _exit(250);
+            ::alarm(10);
+            ::signal(SIGXFSZ, SIG_IGN);
+            if (sizeLimit != 0 && ::setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(251);
+            if (unprivileged && (::chmod(dir_.c_str(), 0777) != 0 || (::geteuid() == 0 && ::setuid(65534) != 0))) _exit(252);
+            const int code = body();
+            std::fflush(stdout);
+            _exit(code & 0xff);
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(pid, &status, 0), pid);
+        const std::string run = read(out) + "[" + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + "]";
+        ::close(outFd);
+        ::unlink(out);
+        return run;
     }
 
     std::string dir_;
