@@ -267,6 +267,10 @@ void FileText::Free::operator()(char* p) const {
 
 void* allocateLarge(std::size_t bytes) {
     constexpr std::size_t kHuge = std::size_t{2} << 20;
+    // A sparse file may claim any size; no configuration text comes near a terabyte, and
+    // asking the allocator for more is refused before it is made.
+    constexpr std::size_t kLargest = std::size_t{1} << 40;
+    if (bytes > kLargest) throw std::bad_alloc();
     const bool large = bytes >= kHuge;
     const std::size_t size = large ? (bytes + kHuge - 1) / kHuge * kHuge : std::max<std::size_t>(bytes, 1);
     void* p = large ? std::aligned_alloc(kHuge, size) : std::malloc(size);
