@@ -3,8 +3,8 @@
 
 #include "cli/usage.hpp"
 #include "console/messages.hpp"
-#include "text/file_io.hpp"
-#include "text/file_store.hpp"
+#include "storage/file_store.hpp"
+#include "preview/dry_run.hpp"
 
 // The dispatcher's -1 becomes exit status 255.
 int main(int argc, char** argv) {

@@ -16,7 +16,7 @@
 #include "ports/base_port.hpp"
 #include "ports/hdfs_port.hpp"
 #include "resources/local_resources.hpp"
-#include "text/file_store.hpp"
+#include "preview/dry_run.hpp"
 
 namespace orv {
 

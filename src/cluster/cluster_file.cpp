@@ -13,7 +13,7 @@
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"

@@ -12,7 +12,7 @@
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
 #include "resources/local_resources.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"

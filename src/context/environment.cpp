@@ -11,7 +11,7 @@
 #include <string>
 
 #include "console/messages.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 
 namespace orv {
 

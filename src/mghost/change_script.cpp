@@ -16,7 +16,7 @@
 #include "console/messages.hpp"
 #include "context/environment.hpp"
 #include "mghost/copy.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"

@@ -16,7 +16,7 @@
 
 #include "console/messages.hpp"
 #include "context/environment.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
 
 namespace orv {

@@ -17,7 +17,7 @@
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 

@@ -4,7 +4,7 @@
 #include "mghost/resource_group.hpp"
 
 #include "console/messages.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"
 

@@ -10,7 +10,7 @@
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/master_list.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"

@@ -1,6 +1,6 @@
 #include "text/line_reader.hpp"
 
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 
 namespace orv {
 

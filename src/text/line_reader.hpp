@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 
 namespace orv {
 

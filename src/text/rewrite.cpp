@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "console/messages.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
 #include "text/strings.hpp"
 
@@ -256,12 +256,11 @@ void editSelected(std::string_view text, const LineSelection& lines, const LineE
     }
 }
 
-// An edit of many lines is joined once, so that its two writes copy one text instead of
-// gathering thousands of pieces twice.
-TextPieces joinedIfMany(const TextPieces& pieces, std::size_t sizeHint) {
+// An edit of many lines is joined once (into `joined`, which the result views), so that its
+// two writes copy one text instead of gathering thousands of pieces twice.
+TextPieces joinedIfMany(const TextPieces& pieces, std::size_t sizeHint, FileText& joined) {
     constexpr std::size_t kMany = 1024;
     if (pieces.size() <= kMany) return pieces;
-    static FileText joined;
     joined.clear();
     joined.reserve(sizeHint + sizeHint / 8);
     std::size_t size = 0;
@@ -278,7 +277,7 @@ TextPieces joinedIfMany(const TextPieces& pieces, std::size_t sizeHint) {
 RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
                            const LineSelection& lines,
                            const std::function<void(std::string& out)>& finish,
-                           bool keepTmpOnFileOpenFailure) {
+                           TmpOnOpenFailure tmp) {
     const FileLock lock(file);
     FileText original;
     if (!readRegularFile(file, original)) return RewriteStatus::ReadFailed;
@@ -295,8 +294,9 @@ RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
     std::string tail;
     if (finish) finish(tail);
     const TextPieces pieces = result.finish(tail);
-    return statusOf(commitRewrite(file, original.view(), joinedIfMany(pieces, text.size()),
-                                  keepTmpOnFileOpenFailure));
+    FileText joined;
+    return statusOf(commitRewrite(file, original.view(), joinedIfMany(pieces, text.size(), joined),
+                                  tmp));
 }
 
 int replaceString(const std::string& file, const std::string& key, const std::string& value) {

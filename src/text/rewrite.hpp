@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "storage/file_store.hpp"
+
 namespace orv {
 
 int replaceString(const std::string& file, const std::string& key, const std::string& value);
@@ -34,7 +36,7 @@ int changeService(const std::string& file, const std::string& key, const std::st
 // a newline (a last piece without one may be dropped by the reader's end-of-input rule).
 // It is then committed with commitRewrite (no write when nothing changed).
 // Statuses: ReadFailed (file missing, unreadable or not a regular file), TmpOpenFailed,
-// FileOpenFailed (the ".tmp" is removed unless keepTmpOnFileOpenFailure) and WriteFailed.
+// FileOpenFailed (the ".tmp" removed unless `tmp` keeps it) and WriteFailed.
 // Messages for the first three are the caller's; WriteFailed has already been reported.
 enum class RewriteStatus { Ok, ReadFailed, TmpOpenFailed, FileOpenFailed, WriteFailed };
 using LineEditor = std::function<void(const std::string& line, std::string& out)>;
@@ -55,6 +57,6 @@ struct LineSelection {
 RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
                            const LineSelection& lines = {},
                            const std::function<void(std::string& out)>& finish = nullptr,
-                           bool keepTmpOnFileOpenFailure = false);
+                           TmpOnOpenFailure tmp = TmpOnOpenFailure::Remove);
 
 }  // namespace orv

@@ -1,6 +1,6 @@
 #include "text/strings.hpp"
 
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 
 namespace orv {
 

@@ -130,7 +130,7 @@ int replaceAllInOnePass(const std::string& file,
         out += current;
         out.push_back('\n');
     };
-    return reportXmlRewrite(file, rewriteLines(file, edit, lines, nullptr, true));
+    return reportXmlRewrite(file, rewriteLines(file, edit, lines, nullptr, TmpOnOpenFailure::Keep));
 }
 
 }  // namespace
@@ -142,7 +142,7 @@ int replaceValueInXML(const std::string& file, const std::string& tag, const std
     };
     // Only the lines holding the tag change, and those below one whose value runs on.
     const LineSelection lines{{tag}, false, [&replacer] { return replacer.pending; }};
-    return reportXmlRewrite(file, rewriteLines(file, edit, lines, nullptr, true));
+    return reportXmlRewrite(file, rewriteLines(file, edit, lines, nullptr, TmpOnOpenFailure::Keep));
 }
 
 std::size_t replaceValuesInXML(const std::string& file,

@@ -5,11 +5,11 @@
 #include <random>
 
 #include "fixture.hpp"
-#include "text/file_io.hpp"
+#include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"
-#include "text/unified_diff.hpp"
+#include "preview/unified_diff.hpp"
 #include "text/xml_value.hpp"
 
 namespace orv {

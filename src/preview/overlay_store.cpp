@@ -17,8 +17,9 @@
 #include <vector>
 
 #include "console/messages.hpp"
-#include "text/file_store.hpp"
-#include "text/unified_diff.hpp"
+#include "preview/dry_run.hpp"
+#include "preview/unified_diff.hpp"
+#include "storage/file_store.hpp"
 
 namespace orv {
 
@@ -46,16 +47,20 @@ std::pair<std::string, std::string> splitPath(const std::string& path) {
 
 class OverlayStore final : public FileStore {
   public:
+    explicit OverlayStore(FileStore& disk) : disk_(disk) {}
     bool read(const std::string& path, FileText& out, std::size_t limit) override;
     PathKind kind(const std::string& path) override;
     CommitResult commit(const std::string& file, std::string_view original,
-                        const TextPieces& updated, bool keepTmpOnFileOpenFailure) override;
+                        const TextPieces& updated, TmpOnOpenFailure tmp) override;
     CommitResult writeThroughTmp(const std::string& target, std::string_view content) override;
     NewFileResult writeNewFile(const std::string& path, std::string_view content) override;
     bool append(const std::string& path, std::string_view text) override;
     int makeDirectory(const std::string& path, mode_t mode) override;
     int remove(const std::string& path) override;
     int changeMode(const std::string& path, mode_t mode) override;
+    // A dry run writes nothing, so there is nothing to hold against other runs.
+    std::unique_ptr<EditLock> lockForEdit(const std::string& /*path*/) override { return nullptr; }
+    bool anyWriteFailed() const override { return false; }
     void report() const;
 
   private:
@@ -68,6 +73,7 @@ class OverlayStore final : public FileStore {
     bool canCreateFresh(const std::string& path) const;
     bool canOpenForWrite(const std::string& path, bool create) const;
 
+    FileStore& disk_;  // what the overlay lies on
     std::map<std::string, std::optional<std::string>> files_;  // nullopt: removed
     std::vector<std::string> fileOrder_;
     std::set<std::string> dirs_;
@@ -134,7 +140,7 @@ bool OverlayStore::read(const std::string& path, FileText& out, std::size_t limi
         out.assign(std::string_view(content->value_or(std::string())).substr(0, limit));
         return content->has_value();
     }
-    return diskStore().read(path, out, limit);
+    return disk_.read(path, out, limit);
 }
 
 PathKind OverlayStore::kind(const std::string& path) {
@@ -143,11 +149,11 @@ PathKind OverlayStore::kind(const std::string& path) {
         return *content ? PathKind::Regular : PathKind::Absent;
     }
     if (dirs_.count(key) != 0) return PathKind::Directory;
-    return diskStore().kind(path);
+    return disk_.kind(path);
 }
 
 CommitResult OverlayStore::commit(const std::string& file, std::string_view original,
-                                  const TextPieces& updated, bool /*keepTmpOnFileOpenFailure*/) {
+                                  const TextPieces& updated, TmpOnOpenFailure /*tmp*/) {
     if (!canCreateFresh(tmpPathOf(file))) return CommitResult::TmpOpenFailed;
     std::string text;
     for (const std::string_view piece : updated) text += piece;
@@ -235,7 +241,7 @@ void OverlayStore::report() const {
         struct stat st {};
         FileText before;
         const bool existed = ::lstat(key.c_str(), &st) == 0;
-        if (existed && S_ISREG(st.st_mode)) diskStore().read(key, before, SIZE_MAX);
+        if (existed && S_ISREG(st.st_mode)) disk_.read(key, before, SIZE_MAX);
         if (!existed && !after) continue;
         if (existed && after && before.view() == *after) continue;
         if (!existed && after->empty()) {
@@ -252,18 +258,20 @@ void OverlayStore::report() const {
     alertI18n("Dry run: nothing was changed.");
 }
 
-OverlayStore* overlay = nullptr;
+std::unique_ptr<OverlayStore>& overlay() {
+    static std::unique_ptr<OverlayStore> store;
+    return store;
+}
 
 }  // namespace
 
 void beginDryRun() {
-    static OverlayStore store;
-    overlay = &store;
-    useFileStore(store);
+    overlay() = std::make_unique<OverlayStore>(fileStore());
+    useFileStore(*overlay());
 }
 
 void printDryRunReport() {
-    if (overlay != nullptr) overlay->report();
+    if (overlay()) overlay()->report();
 }
 
 }  // namespace orv

@@ -1,4 +1,4 @@
-#include "text/unified_diff.hpp"
+#include "preview/unified_diff.hpp"
 
 #include <algorithm>
 #include <dtl/dtl.hpp>
