@@ -1,7 +1,7 @@
 #include <csignal>
 #include <new>
 
-#include "cli/usage.hpp"
+#include "cli/dispatch.hpp"
 #include "console/messages.hpp"
 #include "storage/file_store.hpp"
 #include "preview/dry_run.hpp"

@@ -22,7 +22,4 @@ void usage(UsageText text);
 // Writes the five-line version banner to standard error.
 void printVersionBanner();
 
-// The dispatcher: returns 0 (exit 0) or -1 (exit 255).
-int orvconfigMain(int argc, char** argv);
-
 }  // namespace orv
