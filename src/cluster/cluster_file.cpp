@@ -74,11 +74,11 @@ std::optional<std::string> clusterFilePath(const std::string& dir) {
 // The cluster file the host list is read from: orv.cluster.<name> of the directory, or
 // vos.cluster.<name> (the batch product's name) in the same directory.
 std::optional<std::string> hostListPath(const std::string& dir) {
-    std::optional<std::string> name = clusterFileNameIn(dir, getVosEnvDir());
-    if (!name) {
+    std::optional<ClusterNames> names = clusterFileNameIn(dir, getVosEnvDir());
+    if (!names) {
         return std::nullopt;
     }
-    return dir + "/" + *name;
+    return dir + "/" + names->file;
 }
 
 std::string padded(const std::string& value, std::size_t width) {

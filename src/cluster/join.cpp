@@ -9,6 +9,7 @@
 #include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
+#include "context/run_context.hpp"
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
 #include "resources/local_resources.hpp"
@@ -29,14 +30,9 @@ constexpr const char* kHarvestHostMessage =
     "master.";
 
 // What a run has learnt about the installation before it changes anything.
-struct JoinRun {
-    std::string confDir;
-    std::string user;
-    std::string clusterName;
+struct JoinRun : RunContext {
     FILEINFO confInfo;
     FILEINFO clusterInfo;
-
-    std::string clusterFile() const { return clusterFileName(clusterName); }
 };
 
 bool isSpace(char c) {
@@ -49,16 +45,6 @@ void trimHostArgument(std::string& s) {
     std::size_t last = s.size();
     while (last > first && isSpace(s[last - 1])) --last;
     s = s.substr(first, last - first);
-}
-
-// Configuration directory, user, cluster name and administrator check.
-int identifyCaller(JoinRun& run) {
-    const char* conf = getOrvConfDir();
-    if (conf == nullptr) return -1;
-    run.confDir = conf;
-    if (checkDirectory(run.confDir) != 1) return -1;
-    getCurrentUser(run.user);
-    return checkClusterAdministrator(run.confDir, run.user, &run.clusterName);
 }
 
 int checkMasterArgument(const std::string& master) {
@@ -75,13 +61,13 @@ int checkMasterArgument(const std::string& master) {
 
 int recordFileInfo(JoinRun& run) {
     if (getFileInfo(run.confDir, "orv.conf", run.confInfo) != 1) return -1;
-    return getFileInfo(run.confDir, run.clusterFile(), run.clusterInfo) == 1 ? 1 : -1;
+    return getFileInfo(run.confDir, run.cluster.file, run.clusterInfo) == 1 ? 1 : -1;
 }
 
 void restoreModes(const JoinRun& run) {
     if (!isRootPrefixed(run.user)) return;
     setFileInfo(run.confDir, "orv.conf", run.confInfo);
-    setFileInfo(run.confDir, run.clusterFile(), run.clusterInfo);
+    setFileInfo(run.confDir, run.cluster.file, run.clusterInfo);
 }
 
 // This host already has a master list: naming one of its entries again is a no-change
@@ -102,7 +88,7 @@ int answerExistingMember(const JoinRun& run, const std::string& master,
     }
     alertI18nWithParameter(
         "This host belongs to the cluster %s.  It cannot join a different cluster.",
-        run.clusterName);
+        run.cluster.cluster);
     return -1;
 }
 
@@ -146,10 +132,10 @@ int changeMembership(const JoinRun& run, const std::string& master, bool newClus
     if (newCluster) {
         alertI18nWithTwoParameters(
             "A new cluster <%s> has been created. The host <%s> is the master host.",
-            run.clusterName, master);
+            run.cluster.cluster, master);
     } else {
         alertI18nWithTwoParameters("The host %s has joined the cluster %s.", thisHostName(),
-                                   run.clusterName);
+                                   run.cluster.cluster);
     }
     return 1;
 }
@@ -175,8 +161,9 @@ int orvconfig_join(std::string mastername) {
         alertI18n("IP address is not supported. Specify a valid host name.");
         return -1;
     }
-    JoinRun run;
-    if (identifyCaller(run) == -1) return -1;
+    std::optional<RunContext> context = administratorPreamble();
+    if (!context) return -1;
+    JoinRun run{std::move(*context), {}, {}};
     if (checkMasterArgument(mastername) == -1) return -1;
     if (recordFileInfo(run) == -1) return -1;
     std::vector<std::string> list;

@@ -11,6 +11,7 @@
 #include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
+#include "context/run_context.hpp"
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
 #include "text/line_reader.hpp"
@@ -183,26 +184,19 @@ int replaceMasterList(const std::string& dir, const std::string& confPath,
 }
 
 int orvconfig_setmasterlist(const std::string& masterlist) {
-    const char* confDirEnv = getOrvConfDir();
-    if (confDirEnv == nullptr || checkDirectory(confDirEnv) == -1) {
-        return -1;
-    }
-    std::string confDir = confDirEnv;
-    std::string user;
-    getCurrentUser(user);
     const char* vosEnvDir = getVosEnvDir();
-
-    std::optional<std::string> clusterFile = clusterFileNameIn(confDir, vosEnvDir);
-    if (!clusterFile) {
-        alertI18n(kNoClusterNameMessage);
+    // The batch product may name the cluster and list its administrators instead.
+    const std::optional<RunContext> run = administratorPreamble(
+        {.findCluster = [vosEnvDir](const std::string& dir) { return clusterFileNameIn(dir, vosEnvDir); },
+         .alsoAdministratorsIn = vosEnvDir});
+    if (!run) {
         return -1;
     }
-    if (checkExecuteUser(confDir.c_str(), clusterFile->c_str(), user) == -1 &&
-        checkExecuteUser(vosEnvDir, clusterFile->c_str(), user) == -1) {
-        return -1;
-    }
+    const std::string& confDir = run->confDir;
+    const std::string& user = run->user;
+    const std::string& clusterFile = run->cluster.file;
     RecordedModes modes;
-    if (recordModes(confDir, vosEnvDir, *clusterFile, modes) == -1) {
+    if (recordModes(confDir, vosEnvDir, clusterFile, modes) == -1) {
         return -1;
     }
 
@@ -210,7 +204,7 @@ int orvconfig_setmasterlist(const std::string& masterlist) {
     if (replaceMasterList(confDir, confDir + "/orv.conf", masterlist) == -1) {
         if (root) {
             setFileInfo(confDir, "orv.conf", modes.orvConf);
-            restoreClusterFileMode(confDir, *clusterFile, modes.clusterFile);
+            restoreClusterFileMode(confDir, clusterFile, modes.clusterFile);
         }
         return -1;
     }
@@ -220,7 +214,7 @@ int orvconfig_setmasterlist(const std::string& masterlist) {
     mirrorIntoVosConf(vosEnvDir, masterlist, modes);
     if (root) {
         setFileInfo(confDir, "orv.conf", modes.orvConf);
-        restoreClusterFileMode(confDir, *clusterFile, modes.clusterFile);
+        restoreClusterFileMode(confDir, clusterFile, modes.clusterFile);
         if (pathExists(std::string(vosEnvDir) + "/vos.conf")) {
             setFileInfo(vosEnvDir, "vos.conf", modes.vosConf);
         }

@@ -140,28 +140,16 @@ std::string clusterFileName(const std::string& clusterName) {
     return "orv.cluster." + clusterName;
 }
 
-std::optional<std::string> clusterFileNameIn(const std::string& confDir, const char* vosEnvDir) {
+std::optional<ClusterNames> clusterFileNameIn(const std::string& confDir, const char* vosEnvDir) {
     if (std::optional<std::string> name = getClusterName(confDir)) {
-        return clusterFileName(*name);
+        return ClusterNames{*name, clusterFileName(*name)};
     }
     if (vosEnvDir != nullptr) {
         if (std::optional<std::string> name = getClusterName2(vosEnvDir)) {
-            return "vos.cluster." + *name;
+            return ClusterNames{*name, "vos.cluster." + *name};
         }
     }
     return std::nullopt;
-}
-
-int checkClusterAdministrator(const std::string& confDir, const std::string& user,
-                              std::string* clusterName) {
-    const std::optional<std::string> name = getClusterName(confDir);
-    if (!name) {
-        alertI18n(kNoClusterNameMessage);
-        return -1;
-    }
-    if (clusterName != nullptr) *clusterName = *name;
-    const std::string clusterFile = clusterFileName(*name);
-    return checkExecuteUser(confDir.c_str(), clusterFile.c_str(), user) == 1 ? 1 : -1;
 }
 
 int checkVosCluster(const char* orvConfDir, const char* vosEnvDir) {

@@ -27,17 +27,16 @@ int checkVosCluster(const char* orvConfDir, const char* vosEnvDir);
 // The name of a cluster's cluster file: "orv.cluster.<clusterName>".
 std::string clusterFileName(const std::string& clusterName);
 
-// The cluster file of confDir: clusterFileName of the name in confDir/orv.shared, or failing
-// that "vos.cluster.<name>" from the batch product's vosEnvDir/vos.shared; nullopt when
-// neither names the cluster.
-std::optional<std::string> clusterFileNameIn(const std::string& confDir, const char* vosEnvDir);
+// A cluster's name and the name of its cluster file.
+struct ClusterNames {
+    std::string cluster;
+    std::string file;
+};
 
-// The administrator check that most subcommands make first: the cluster name from
-// confDir/orv.shared (the no-name message when there is none), then checkExecuteUser of
-// user against confDir/orv.cluster.<name>. 1, or -1 after the failing check's message;
-// clusterName receives the name when it is found.
-int checkClusterAdministrator(const std::string& confDir, const std::string& user,
-                              std::string* clusterName = nullptr);
+// The cluster of confDir: its name in confDir/orv.shared with clusterFileName, or failing
+// that the batch product's name in vosEnvDir/vos.shared with "vos.cluster.<name>"; nullopt
+// when neither names the cluster.
+std::optional<ClusterNames> clusterFileNameIn(const std::string& confDir, const char* vosEnvDir);
 
 // The message printed when no cluster name can be found.
 inline constexpr const char* kNoClusterNameMessage =

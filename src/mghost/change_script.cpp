@@ -37,10 +37,6 @@ enum ScriptIndex { kConf = 0, kMasterUpdate = 1, kUpdate = 2 };
 constexpr std::size_t kConfOperationField = 20;
 constexpr std::size_t kUpdateOperationField = 40;
 
-// No command of this system sets a service account, so these stay empty.
-const std::string baseUserName;
-const std::string basePassWd;
-
 std::string scriptPath(const std::string& dir, std::size_t index) {
     return dir + '/' + std::string(kScriptNames[index]);
 }
@@ -147,13 +143,13 @@ void copyOneScript(const std::string& dir, std::size_t index, Placeholders& valu
     writeScriptCopy(copyPath(dir, index), text);
 }
 
-int overwriteWanted(const std::string& field) {
-    return !field.empty() && (field[0] == 'Y' || field[0] == 'y') ? 1 : 0;
+bool overwriteWanted(const std::string& field) {
+    return !field.empty() && (field[0] == 'Y' || field[0] == 'y');
 }
 
 // One parsed line of mgconf.txt; -1 ends the script.
 int runConfLine(const ScriptLine& fields, const std::string& script, int lineNumber) {
-    const int overwrite = overwriteWanted(fields.third);
+    const bool overwrite = overwriteWanted(fields.third);
     // "file": a text copy that keeps the source's mode. A failed copy ends the script.
     if (fields.operation == "file") {
         return copyFileKeepingMode(fields.first, fields.second, overwrite, CopyKind::Text);
@@ -187,10 +183,9 @@ std::optional<EditPrimitive> editFor(const std::string& operation) {
 }
 
 void applyEdit(const ScriptLine& fields, const std::string& script, int lineNumber) {
-    if (fields.operation == "changeServiceAccount") {
-        changeService(fields.first, baseUserName, basePassWd);
-        return;
-    }
+    // Service accounts are not this system's to set: the operation is known, and changes
+    // nothing.
+    if (fields.operation == "changeServiceAccount") return;
     const auto primitive = editFor(fields.operation);
     if (!primitive) {
         showFormatWarning(script, lineNumber);

@@ -65,10 +65,10 @@ std::optional<std::string> parentOf(const std::string& target) {
 // error (nothing to copy), the target's directory is made, and an existing target is kept
 // unless overwrite is set. Returns nullopt to go on copying, or the result to return.
 std::optional<int> prepareCopy(const std::string& source, const std::string& target,
-                               int overwrite) {
+                               bool overwrite) {
     if (!pathExists(source)) return 0;
     if (const auto parent = parentOf(target); parent && makeDir(*parent) != 0) return -1;
-    if (overwrite == 0 && pathExists(target)) return 0;
+    if (!overwrite && pathExists(target)) return 0;
     return std::nullopt;
 }
 
@@ -90,7 +90,7 @@ int commitCopy(const std::string& target, std::string_view content) {
     return -1;
 }
 
-int copyTree(const std::string& source, const std::string& target, int overwrite,
+int copyTree(const std::string& source, const std::string& target, bool overwrite,
              std::vector<DirId>& ancestors);
 
 void reportMkdirFailure(const std::string& path, int error) {
@@ -101,7 +101,7 @@ void reportMkdirFailure(const std::string& path, int error) {
 // A sub-directory of a tree: made with the source's mode bits (an existing one is fine,
 // any other failure is reported and the copy goes on), then filled recursively.
 int copyTreeDir(const std::string& source, const std::string& target, const struct stat& st,
-                int overwrite, std::vector<DirId>& ancestors) {
+                bool overwrite, std::vector<DirId>& ancestors) {
     const DirId id{st.st_dev, st.st_ino};
     for (const DirId& seen : ancestors) {
         // A link back to a directory being copied would make the tree endless: it is
@@ -118,7 +118,7 @@ int copyTreeDir(const std::string& source, const std::string& target, const stru
 }
 
 int copyTreeEntry(const std::string& source, const std::string& target, const std::string& name,
-                  int overwrite, std::vector<DirId>& ancestors) {
+                  bool overwrite, std::vector<DirId>& ancestors) {
     const std::string from = joinPath(source, name);
     const std::string to = joinPath(target, name);
     struct stat st {};
@@ -130,7 +130,7 @@ int copyTreeEntry(const std::string& source, const std::string& target, const st
     return copyTreeDir(from, to, st, overwrite, ancestors);
 }
 
-int copyTree(const std::string& source, const std::string& target, int overwrite,
+int copyTree(const std::string& source, const std::string& target, bool overwrite,
              std::vector<DirId>& ancestors) {
     DirHandle dir(source);
     if (!dir.isOpen()) return -1;
@@ -154,7 +154,7 @@ bool makeOneDir(const std::string& path) {
 
 }  // namespace
 
-int copyTextFile(const std::string& source, const std::string& target, int overwrite) {
+int copyTextFile(const std::string& source, const std::string& target, bool overwrite) {
     if (const auto early = prepareCopy(source, target, overwrite)) return *early;
     // Every line through the raw reader, each ended by one newline, so that tabs become
     // blanks, trailing blanks go and the last line is always terminated.
@@ -163,20 +163,20 @@ int copyTextFile(const std::string& source, const std::string& target, int overw
     return commitCopy(target, normalisedLines(content.view()));
 }
 
-int copyAnyFile(const std::string& source, const std::string& target, int overwrite) {
+int copyAnyFile(const std::string& source, const std::string& target, bool overwrite) {
     if (const auto early = prepareCopy(source, target, overwrite)) return *early;
     FileText content;
     if (!readRegularFile(source, content)) return -1;
     return commitCopy(target, content.view());
 }
 
-int copyDir(const std::string& source, const std::string& target, int overwrite) {
+int copyDir(const std::string& source, const std::string& target, bool overwrite) {
     if (!pathExists(source)) return 0;
     std::vector<DirId> ancestors;
     return copyTree(source, target, overwrite, ancestors);
 }
 
-int copyFileKeepingMode(const std::string& source, const std::string& target, int overwrite,
+int copyFileKeepingMode(const std::string& source, const std::string& target, bool overwrite,
                         CopyKind kind) {
     FILEINFO info;
     const int recorded = getFileInfo2(source, info);

@@ -15,6 +15,7 @@
 #include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
+#include "context/run_context.hpp"
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
 #include "storage/file_store.hpp"
@@ -178,10 +179,8 @@ int rewriteFiles(const DemoteDirs& d, const std::vector<std::string>& list,
     return applyEdits(edits);
 }
 
-// Steps up to the administrator check; false after the failing step's message.
-bool resolveDirectories(DemoteDirs& d) {
-    const char* shared = getOrvConfDir();
-    if (shared == nullptr || checkDirectory(shared) != 1) return false;
+// The local directory of a host that uses `shared`; false after its message.
+bool resolveLocalDirectory(const std::string& shared, DemoteDirs& d) {
     d.shared = shared;
     if (getOrvDirFromBinary(d.local) == -1) return false;
     d.localTop = resolvedPath(d.local + "/../../");
@@ -189,14 +188,9 @@ bool resolveDirectories(DemoteDirs& d) {
     return checkDirectory(d.local) == 1;
 }
 
-bool mayDemote(const DemoteDirs& d) {
-    std::string user;
-    if (getCurrentUser(user) < 0) return false;
-    if (checkClusterAdministrator(d.shared, user) == -1) return false;
-    if (checkMaster(d.shared, 1) == 1) {
-        alertI18n("You cannot run this command on the master host.");
-        return false;
-    }
+bool isMasterHost(const DemoteDirs& d) {
+    if (checkMaster(d.shared, 1) != 1) return false;
+    alertI18n("You cannot run this command on the master host.");
     return true;
 }
 
@@ -204,7 +198,10 @@ bool mayDemote(const DemoteDirs& d) {
 
 int orvconfig_removeshare() {
     DemoteDirs dirs;
-    if (!resolveDirectories(dirs) || !mayDemote(dirs)) return -1;
+    const auto local = [&dirs](const std::string& shared) {
+        return resolveLocalDirectory(shared, dirs);
+    };
+    if (!administratorPreamble({.afterConfDir = local}) || isMasterHost(dirs)) return -1;
     std::string host = thisHostName();
     std::vector<std::string> list;
     if (getMasterListFromConf(dirs.shared, list, 1) < 0) return -1;

@@ -12,6 +12,7 @@
 #include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
+#include "context/run_context.hpp"
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
 #include "mghost/change_script.hpp"
@@ -66,13 +67,13 @@ std::optional<std::string> clusterNameForCheck(const std::string& confDir) {
     return getClusterName(confDir);
 }
 
-// One product line of head.conf: "<unused>;<keyword>;<top directory>".
-bool headLineNames(const std::string& line, const std::string& keyword, std::string& dir) {
-    if (line.empty() || contains(line, "#") || !contains(line, keyword)) return false;
+// The top directory a product line of head.conf ("<unused>;<keyword>;<top directory>")
+// names for the keyword; nothing for any other line.
+std::optional<std::string> headLineDirectory(const std::string& line, const std::string& keyword) {
+    if (line.empty() || contains(line, "#") || !contains(line, keyword)) return std::nullopt;
     std::vector<std::string> fields;
-    if (tokenize(line, fields, ";") != 3 || fields[1] != keyword) return false;
-    dir = fields[2];
-    return true;
+    if (tokenize(line, fields, ";") != 3 || fields[1] != keyword) return std::nullopt;
+    return fields[2];
 }
 
 // The product entries run the product's change scripts with the shared top in use (or the
@@ -132,28 +133,29 @@ int promoteKernel(const std::string& shareTop, const std::string& installTop) {
 }  // namespace
 
 int precheckCurrentUser() {
-    std::string user;
-    getCurrentUser(user);
-    const char* confDir = getOrvConfDir();
-    if (confDir == nullptr) return -1;
-    std::optional<std::string> name = clusterNameForCheck(confDir);
-    if (!name) {
-        alertI18n("Cannot get the cluster name");
-        return -1;
-    }
-    const std::string clusterFile = clusterFileName(*name);
-    return checkExecuteUser(confDir, clusterFile.c_str(), user) == -1 ? -1 : 0;
+    // The cluster is the one of the directory the host uses now (on a host still on its
+    // local directory, that one), and the directory need not be writable yet.
+    const auto cluster = [](const std::string& confDir) -> std::optional<ClusterNames> {
+        const std::optional<std::string> name = clusterNameForCheck(confDir);
+        if (!name) return std::nullopt;
+        return ClusterNames{*name, clusterFileName(*name)};
+    };
+    const std::optional<RunContext> run = administratorPreamble(
+        {.requireWritableConfDir = false,
+         .findCluster = cluster,
+         .noClusterMessage = "Cannot get the cluster name"});
+    return run ? 0 : -1;
 }
 
-int checkShareTop(std::string& path) {
+std::optional<std::string> checkShareTop(std::string path) {
     if (isAbsolutePath(path) == 0) {
         alertI18n(kAbsolutePathMessage);
-        return -1;
+        return std::nullopt;
     }
     // The trailing slashes are already gone (normalisedSharedTop); one trailing backslash,
     // the other separator administrators type, is dropped here.
     if (path.back() == '\\') path.pop_back();
-    return 0;
+    return path;
 }
 
 int checkHead(const std::string& keyword, std::string& outDir) {
@@ -167,19 +169,20 @@ int checkHead(const std::string& keyword, std::string& outDir) {
     int count = 0;
     std::string line;
     while (getNextLineC_(in, count, 1, line)) {
-        std::string dir;
         // A product may be listed more than once; the first line whose directory exists wins.
-        if (headLineNames(line, keyword, dir) && pathExists(dir)) {
-            outDir = dir;
+        const std::optional<std::string> dir = headLineDirectory(line, keyword);
+        if (dir && pathExists(*dir)) {
+            outDir = *dir;
             return 0;
         }
     }
     return -1;
 }
 
-int orvconfig_setshare_orv(const std::string& shareTopArg) {
-    std::string shareTop = shareTopArg;
-    if (checkShareTop(shareTop) != 0) return -1;
+int orvconfig_setshare_orv(const std::string& requestedTop) {
+    const std::optional<std::string> checkedTop = checkShareTop(requestedTop);
+    if (!checkedTop) return -1;
+    const std::string& shareTop = *checkedTop;
     const char* confDir = getOrvConfDir();
     const char* installTop = getInstallTop();
     if (confDir == nullptr || installTop == nullptr) return -1;
@@ -222,12 +225,12 @@ int orvconfig_setshare_zt(const std::string& addOnTop) {
                       addOnTop);
 }
 
-int orvconfig_setshare(const std::string& sharedTopArg) {
+int orvconfig_setshare(const std::string& operand) {
     const char* installTop = getInstallTop();
     const char* confDir = getOrvConfDir();
     const char* localConfDir = getOrvLocalConfDir();
-    std::optional<std::string> shareTop = getShareTop();
-    const std::string sharedTop = normalisedSharedTop(sharedTopArg);
+    const std::optional<std::string> topInUse = getShareTop();
+    const std::string requestedTop = normalisedSharedTop(operand);
     if (installTop == nullptr) return -1;
     if (!pathExists(std::string(installTop) + "/.install")) {
         alertI18n(kNoInstallMessage);
@@ -237,20 +240,22 @@ int orvconfig_setshare(const std::string& sharedTopArg) {
     int same = IsSameDirectory(confDir, localConfDir);
     if (same == -1) return -1;
     if (same == 1) {
-        if (sharedTop == "vos" || sharedTop == "kirn") {
+        if (requestedTop == "vos" || requestedTop == "kirn") {
             alertI18n(kPromoteFirstMessage);
             return -1;
         }
         // "zt" falls through as a directory name and fails the absolute-path test.
-        return promoteKernel(sharedTop, installTop);
+        return promoteKernel(requestedTop, installTop);
     }
-    std::string inUse = confDirOf(shareTop.value_or(""));
-    if (isProductKeyword(sharedTop)) return promoteProductAlone(sharedTop, inUse, installTop);
-    if (IsSameDirectory(confDirOf(sharedTop), confDir) != 1) {
+    const std::string confDirInUse = confDirOf(topInUse.value_or(""));
+    if (isProductKeyword(requestedTop)) {
+        return promoteProductAlone(requestedTop, confDirInUse, installTop);
+    }
+    if (IsSameDirectory(confDirOf(requestedTop), confDir) != 1) {
         alertI18n(kCannotChangeMessage);
         return -1;
     }
-    return promoteKernel(sharedTop, installTop);
+    return promoteKernel(requestedTop, installTop);
 }
 
 }  // namespace orv

@@ -6,12 +6,12 @@
 
 namespace orv {
 
-int orvconfig_setshare(const std::string& sharedTopArg);
-int orvconfig_setshare_orv(const std::string& shareTop);
+int orvconfig_setshare(const std::string& operand);
+int orvconfig_setshare_orv(const std::string& requestedTop);
 int precheckCurrentUser();
-// -1 (after its message) for a path that is not absolute; else 0, with one trailing
-// backslash dropped from path.
-int checkShareTop(std::string& path);
+// The shared top as it is used: nothing (after its message) for a path that is not
+// absolute, else the path with one trailing backslash dropped.
+std::optional<std::string> checkShareTop(std::string path);
 int checkHead(const std::string& keyword, std::string& outDir);
 int orvconfig_setshare_vos(const std::optional<std::string>& shareTop);
 int orvconfig_setshare_kirn(const std::optional<std::string>& shareTop);

@@ -19,6 +19,7 @@
 #include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
+#include "context/run_context.hpp"
 #include "hosts/host_identity.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"
@@ -310,32 +311,31 @@ int checkPortsInUse(int base, int count) {
     return result;
 }
 
-bool getPortDirectories(std::string& confDir, std::string& localDir) {
-    const char* conf = getOrvConfDir();
-    if (conf == nullptr || checkDirectory(conf) == -1) {
-        return false;
-    }
+std::optional<std::string> localPortDirectory() {
     std::string local;
     if (getOrvDirFromBinary(local) == -1) {
-        return false;
+        return std::nullopt;
     }
     if (!isDirectory(local)) {
         local = confOldFallback(local);
         if (!isDirectory(local)) {
-            return false;
+            return std::nullopt;
         }
     }
-    confDir = conf;
-    localDir = local;
-    return true;
+    return local;
 }
 
-int checkPortAdministrator(const std::string& confDir) {
-    std::string user;
-    if (getCurrentUser(user) == -1) {
-        return -1;
+std::optional<PortDirectories> portPreamble() {
+    std::optional<std::string> local;
+    const auto findLocal = [&local](const std::string& /*confDir*/) {
+        local = localPortDirectory();
+        return local.has_value();
+    };
+    const std::optional<RunContext> run = administratorPreamble({.afterConfDir = findLocal});
+    if (!run) {
+        return std::nullopt;
     }
-    return checkClusterAdministrator(confDir, user);
+    return PortDirectories{run->confDir, *local};
 }
 
 int orvconfig_setbaseport(const std::string& baseportstr) {
@@ -344,11 +344,12 @@ int orvconfig_setbaseport(const std::string& baseportstr) {
         return -1;
     }
     const int base = portTextToInt(baseportstr);
-    std::string confDir;
-    std::string localDir;
-    if (!getPortDirectories(confDir, localDir) || checkPortAdministrator(confDir) == -1) {
+    const std::optional<PortDirectories> dirs = portPreamble();
+    if (!dirs) {
         return -1;
     }
+    const std::string& confDir = dirs->confDir;
+    const std::string& localDir = dirs->localDir;
     // The service directory's profile brings two more ports into the block, and the
     // highest base shrinks with it. The message has always named 65532 either way.
     const int count = hasSdProfile(localDir) ? kPortsWithSd : kPortsWithoutSd;

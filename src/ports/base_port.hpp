@@ -1,6 +1,7 @@
 // The setbaseport subcommand and the port edit primitive shared with the HDFS port.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,13 +22,20 @@ int chgKeyLines(const std::string& file, const std::vector<PortSetting>& setting
 int checkPortsInUse(int base, int count);
 int orvconfig_setbaseport(const std::string& baseportstr);
 
-// ORV_CONFDIR and the local configuration directory as setbaseport and hovhdfsport
-// obtain them (with the conf.old fallback); false after the failing function's message.
-bool getPortDirectories(std::string& confDir, std::string& localDir);
+// The local configuration directory as the port edits use it: ORV_LOCAL_CONFDIR, or the
+// conf.old directory beside it; nothing (after the variable's message, if unset) when
+// neither is a directory.
+std::optional<std::string> localPortDirectory();
 
-// The caller must be an administrator of the cluster configured in confDir: 1 if so,
-// -1 after the message of whichever check failed (no cluster name, not an administrator).
-int checkPortAdministrator(const std::string& confDir);
+// The two sides a port edit changes.
+struct PortDirectories {
+    std::string confDir;   // ORV_CONFDIR
+    std::string localDir;  // localPortDirectory()
+};
+
+// The preamble of setbaseport and hovhdfsport: the directories, then the administrator
+// check; nothing after the failing step's message.
+std::optional<PortDirectories> portPreamble();
 
 // True when text is made of decimal digits only (the empty text passes).
 bool isAllDigits(std::string_view text);

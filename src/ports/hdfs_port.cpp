@@ -28,14 +28,6 @@ constexpr const char* kPortChanged =
 
 constexpr const char* kProfiles[] = {"/namenode.xml", "/secondarynode.xml", "/datanode.xml"};
 
-// Directories, then the administrator check: 0, or -1 after the failing step's message.
-int prepare(std::string& confDir, std::string& localDir) {
-    if (!getPortDirectories(confDir, localDir) || checkPortAdministrator(confDir) == -1) {
-        return -1;
-    }
-    return 0;
-}
-
 // Sets the port in each HDFS profile of one configuration directory that exists.
 int setProfilesIn(const std::string& dir, const std::string& port) {
     const std::string services = servicesDirOf(dir);
@@ -63,11 +55,12 @@ int getPorts(const std::string& file, const std::string& key) {
 }
 
 int orvconfig_showhovhdfsport() {
-    std::string confDir;
-    std::string localDir;
-    if (prepare(confDir, localDir) == -1) {
+    const std::optional<PortDirectories> dirs = portPreamble();
+    if (!dirs) {
         return -1;
     }
+    const std::string& confDir = dirs->confDir;
+    const std::string& localDir = dirs->localDir;
     const int same = IsSameDirectory(confDir, localDir);
     if (same == -1) {
         return -1;
@@ -92,11 +85,12 @@ int orvconfig_sethovhdfsport(const std::string& hovhdfsportstr) {
         return -1;
     }
     const int port = portTextToInt(hovhdfsportstr);
-    std::string confDir;
-    std::string localDir;
-    if (prepare(confDir, localDir) == -1) {
+    const std::optional<PortDirectories> dirs = portPreamble();
+    if (!dirs) {
         return -1;
     }
+    const std::string& confDir = dirs->confDir;
+    const std::string& localDir = dirs->localDir;
     if (port < kLowestPort || port > kHighestPort) {
         alertI18n(kInvalidPort);
         return -1;

@@ -4,11 +4,13 @@
 #include "resources/local_resources.hpp"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
+#include "context/run_context.hpp"
 #include "hosts/master_list.hpp"
 #include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
@@ -115,26 +117,31 @@ int harvestingCode(const std::vector<LOCAL_RESOURCE>& tags) {
     return 0;
 }
 
-// Administrator and role checks of addresourceattr; fills the directories and user.
-int checkComputeHost(const std::string& confDir, std::string& localDir, std::string& user,
-                     FILEINFO& info) {
-    getCurrentUser(user);
-    if (checkClusterAdministrator(confDir, user) != 1) return -1;
-    if (getFileInfo(confDir, "orv.conf", info) != 1) return -1;
+// What addresourceattr learns of a compute host before it changes anything.
+struct ComputeHost {
+    std::string localDir;
+    FILEINFO confInfo;  // orv.conf's mode, owner and group
+};
+
+// The role checks of addresourceattr after the administrator's: nothing after the failing
+// check's message.
+std::optional<ComputeHost> checkComputeHost(const std::string& confDir) {
+    ComputeHost host;
+    if (getFileInfo(confDir, "orv.conf", host.confInfo) != 1) return std::nullopt;
     const char* local = getOrvLocalConfDir();
-    if (local == nullptr) return -1;
-    localDir = local;
-    int same = IsSameDirectory(localDir, confDir);
-    if (same == -1) return -1;
+    if (local == nullptr) return std::nullopt;
+    host.localDir = local;
+    int same = IsSameDirectory(host.localDir, confDir);
+    if (same == -1) return std::nullopt;
     if (same == 0) {
-        alertI18nWithTwoParameters(kNotComputeHostMessage, confDir, localDir);
-        return -1;
+        alertI18nWithTwoParameters(kNotComputeHostMessage, confDir, host.localDir);
+        return std::nullopt;
     }
     if (checkMasterList(confDir) == 1) {
         alertI18nWithParameter(kMasterHostMessage, confDir);
-        return -1;
+        return std::nullopt;
     }
-    return 1;
+    return host;
 }
 
 }  // namespace
@@ -196,16 +203,12 @@ int addLocalResources(const std::string& dir, const std::vector<LOCAL_RESOURCE>&
 }
 
 int orvconfig_addresourcetag(const std::vector<LOCAL_RESOURCE>& list) {
-    const char* conf = getOrvConfDir();
-    if (conf == nullptr) return -1;
-    const std::string confDir = conf;
-    if (checkDirectory(confDir) != 1) return -1;
-    std::string localDir;
-    std::string user;
-    FILEINFO info;
-    if (checkComputeHost(confDir, localDir, user, info) != 1) return -1;
-    int result = addLocalResources(localDir, list);
-    if (isRootPrefixed(user)) setFileInfo(confDir, "orv.conf", info);
+    const std::optional<RunContext> run = administratorPreamble();
+    if (!run) return -1;
+    const std::optional<ComputeHost> host = checkComputeHost(run->confDir);
+    if (!host) return -1;
+    int result = addLocalResources(host->localDir, list);
+    if (isRootPrefixed(run->user)) setFileInfo(run->confDir, "orv.conf", host->confInfo);
     return result == 0 ? 1 : -1;
 }
 

@@ -391,9 +391,4 @@ int replaceStringWithoutComment(const std::string& file, const std::string& key,
     return reportRewrite(file, rewriteLines(file, edit, {{key}, true}), TmpNaming::File);
 }
 
-int changeService(const std::string& /*file*/, const std::string& /*key*/,
-                  const std::string& /*value*/) {
-    return 0;
-}
-
 }  // namespace orv

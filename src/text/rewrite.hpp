@@ -24,9 +24,6 @@ int replaceStringWithoutComment(const std::string& file, const std::string& key,
 std::size_t replaceStrings(const std::string& file,
                            const std::vector<std::pair<std::string, std::string>>& edits);
 
-// Service-account changes are not made by this system: always 0, nothing touched.
-int changeService(const std::string& file, const std::string& key, const std::string& value);
-
 // Shared machinery for in-place editors: hands lines of `file` (as the raw reader gives
 // them, comment handling off) to `edit`, which appends each line's new text (every line
 // with its newline) to `out` and may keep state of its own between lines; then `finish`
