@@ -1,12 +1,15 @@
 #!/bin/sh
-# Static checks, clean or failing: clang-tidy with the repository's .clang-tidy over every
-# source of src/ (two at a time, from the compile_commands.json of the build directory
-# given, default build-asan), and shellcheck over every shell script.
+# Static checks, clean or failing: the repository's .clang-format over every C++ source of
+# src/ and tests/, clang-tidy with the repository's .clang-tidy over every source of src/
+# (two at a time, from the compile_commands.json of the build directory given, default
+# build-asan), and shellcheck over every shell script.
 set -eu
 cd "$(dirname "$0")/.."
 BUILD=${1:-${BUILD_DIR:-build-asan}}
 [ -f "$BUILD/compile_commands.json" ] || { echo "lint: no $BUILD/compile_commands.json" >&2; exit 1; }
 JOBS=${LINT_JOBS:-$(nproc)}
+echo "lint: clang-format"
+find src tests -name '*.cpp' -o -name '*.hpp' -o -name '*.c' | sort | xargs clang-format --dry-run -Werror
 echo "lint: clang-tidy"
 find src -name '*.cpp' | sort | xargs -P "$JOBS" -n 4 clang-tidy -p "$BUILD" --quiet
 echo "lint: shellcheck"

@@ -3,8 +3,8 @@
 
 #include "cli/dispatch.hpp"
 #include "console/messages.hpp"
-#include "storage/file_store.hpp"
 #include "preview/dry_run.hpp"
+#include "storage/file_store.hpp"
 
 // The dispatcher's -1 becomes exit status 255.
 int main(int argc, char** argv) {

@@ -187,7 +187,8 @@ int orvconfig_setmasterlist(const std::string& masterlist) {
     const char* vosEnvDir = getVosEnvDir();
     // The batch product may name the cluster and list its administrators instead.
     const std::optional<RunContext> run = administratorPreamble(
-        {.findCluster = [vosEnvDir](const std::string& dir) { return clusterFileNameIn(dir, vosEnvDir); },
+        {.findCluster =
+             [vosEnvDir](const std::string& dir) { return clusterFileNameIn(dir, vosEnvDir); },
          .alsoAdministratorsIn = vosEnvDir});
     if (!run) {
         return -1;

@@ -13,9 +13,9 @@ namespace orv {
 
 // The context a changing run works in.
 struct RunContext {
-    std::string confDir;      // ORV_CONFDIR
-    std::string user;         // login name of the real user
-    ClusterNames cluster;     // the cluster and its cluster file's name (in confDir)
+    std::string confDir;   // ORV_CONFDIR
+    std::string user;      // login name of the real user
+    ClusterNames cluster;  // the cluster and its cluster file's name (in confDir)
 };
 
 // Where subcommands differ: each field's default is what most of them do.

@@ -140,10 +140,10 @@ int precheckCurrentUser() {
         if (!name) return std::nullopt;
         return ClusterNames{*name, clusterFileName(*name)};
     };
-    const std::optional<RunContext> run = administratorPreamble(
-        {.requireWritableConfDir = false,
-         .findCluster = cluster,
-         .noClusterMessage = "Cannot get the cluster name"});
+    const std::optional<RunContext> run =
+        administratorPreamble({.requireWritableConfDir = false,
+                               .findCluster = cluster,
+                               .noClusterMessage = "Cannot get the cluster name"});
     return run ? 0 : -1;
 }
 

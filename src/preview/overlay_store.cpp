@@ -73,7 +73,7 @@ class OverlayStore final : public FileStore {
     bool canCreateFresh(const std::string& path) const;
     bool canOpenForWrite(const std::string& path, bool create) const;
 
-    FileStore& disk_;  // what the overlay lies on
+    FileStore& disk_;                                          // what the overlay lies on
     std::map<std::string, std::optional<std::string>> files_;  // nullopt: removed
     std::vector<std::string> fileOrder_;
     std::set<std::string> dirs_;

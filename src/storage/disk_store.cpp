@@ -138,8 +138,8 @@ bool DiskStore::rewriteInPlace(UniqueFd& fd, const std::string& file, const Text
     return ok;
 }
 
-CommitResult DiskStore::writeBoth(const std::string& file, const TextPieces& content,
-                                  Install how, UniqueFd& tmpFd) {
+CommitResult DiskStore::writeBoth(const std::string& file, const TextPieces& content, Install how,
+                                  UniqueFd& tmpFd) {
     const std::string tmp = tmpPathOf(file);
     if (!fillTmp(tmpFd, tmp, content, how.sync)) return CommitResult::TmpWriteFailed;
     UniqueFd fd = openRegularForWrite(file, how.create ? O_CREAT : 0);

@@ -145,9 +145,9 @@ bool isNormalForm(std::string_view text) {
     };
     unsigned found = other(0) | (n > 1 ? other(1) : 0U);
     for (std::size_t i = 2; i < n; ++i) {
-        found |= other(i) | (static_cast<unsigned>(p[i] == '\n') &
-                             static_cast<unsigned>(p[i - 1] == ' ') &
-                             static_cast<unsigned>(p[i - 2] != '\n'));
+        found |= other(i) |
+                 (static_cast<unsigned>(p[i] == '\n') & static_cast<unsigned>(p[i - 1] == ' ') &
+                  static_cast<unsigned>(p[i - 2] != '\n'));
     }
     return found == 0;
 }

@@ -152,9 +152,8 @@ LineStarts selectedLines(std::string_view text, const LineSelection& lines) {
 }
 
 bool selectsEveryLine(const LineSelection& lines) {
-    return lines.needles.empty() ||
-           std::any_of(lines.needles.begin(), lines.needles.end(),
-                       [](const std::string& n) { return n.empty(); });
+    return lines.needles.empty() || std::any_of(lines.needles.begin(), lines.needles.end(),
+                                                [](const std::string& n) { return n.empty(); });
 }
 
 // The new text of an edit, as spans of the old text and the editor's text for the lines
@@ -295,8 +294,8 @@ RewriteStatus rewriteLines(const std::string& file, const LineEditor& edit,
     if (finish) finish(tail);
     const TextPieces pieces = result.finish(tail);
     FileText joined;
-    return statusOf(commitRewrite(file, original.view(), joinedIfMany(pieces, text.size(), joined),
-                                  tmp));
+    return statusOf(
+        commitRewrite(file, original.view(), joinedIfMany(pieces, text.size(), joined), tmp));
 }
 
 int replaceString(const std::string& file, const std::string& key, const std::string& value) {
@@ -343,7 +342,7 @@ std::size_t replaceStrings(const std::string& file,
         appendLine(out, *current);
     };
     return reportRewrite(file, rewriteLines(file, edit, lines), TmpNaming::File) == 1 ? edits.size()
-                                                                                        : 0;
+                                                                                      : 0;
 }
 
 int replaceString3(const std::string& file, const std::string& key, const std::string& value) {
