@@ -28,9 +28,34 @@ UniqueFd openRegularForWrite(const std::string& path, int extraFlags) {
     return fd;
 }
 
+// The file that an edit or a copy overwrites; `created` tells whether this run made it.
+UniqueFd openTarget(const std::string& file, bool create, bool& created) {
+    created = false;
+    if (UniqueFd fd = openRegularForWrite(file, 0); fd || !create || errno != ENOENT) return fd;
+    if (UniqueFd fd = openRegularForWrite(file, O_CREAT | O_EXCL); fd || errno != EEXIST) {
+        created = static_cast<bool>(fd);
+        return fd;
+    }
+    return openRegularForWrite(file, 0);  // made by another run meanwhile
+}
+
 // The ".tmp" beside a file: created afresh and never reached through a symbolic link.
 UniqueFd openTmp(const std::string& tmp) {
     return openRegularForWrite(tmp, O_CREAT | O_TRUNC | O_NOFOLLOW);
+}
+
+// Reserves the blocks of the first `size` bytes of a file without changing its size or its
+// bytes, so that overwriting it cannot stop half-way for want of space. False (errno set)
+// when the space cannot be had; a file system that cannot reserve counts as done, and the
+// rewrite goes on as it always has. Blocks reserved past the end of a file that is not then
+// rewritten stay with it until it is next cut.
+bool reserveSpace(int fd, std::size_t size) {
+    if (size == 0) return true;
+    for (;;) {
+        if (::fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size)) == 0) return true;
+        if (errno == EINTR) continue;
+        return errno == EOPNOTSUPP || errno == ENOSYS;
+    }
 }
 
 bool writeAll(int fd, std::string_view data) {
@@ -142,7 +167,8 @@ CommitResult DiskStore::writeBoth(const std::string& file, const TextPieces& con
                                   UniqueFd& tmpFd) {
     const std::string tmp = tmpPathOf(file);
     if (!fillTmp(tmpFd, tmp, content, how.sync)) return CommitResult::TmpWriteFailed;
-    UniqueFd fd = openRegularForWrite(file, how.create ? O_CREAT : 0);
+    bool created = false;
+    UniqueFd fd = openTarget(file, how.create, created);
     if (!fd) {
         if (how.tmpOnOpenFailure == TmpOnOpenFailure::Remove) ::unlink(tmp.c_str());
         return CommitResult::FileOpenFailed;
@@ -152,6 +178,15 @@ CommitResult DiskStore::writeBoth(const std::string& file, const TextPieces& con
     } catch (const LockFailure&) {
         ::unlink(tmp.c_str());  // the file is untouched: its ".tmp" holds nothing needed
         throw;
+    }
+    if (!reserveSpace(fd.get(), sizeOf(content))) {
+        // A full disk or a file-size limit: the file is still whole, so it is left as it was
+        // (a file this run has just made is removed again).
+        if (created) ::unlink(file.c_str());
+        fd.close();
+        ::unlink(tmp.c_str());
+        failWrite("Cannot write file %s.", file);
+        return CommitResult::TmpWriteFailed;
     }
     if (!rewriteInPlace(fd, file, content, how.sync)) return CommitResult::FileWriteFailed;
     ::unlink(tmp.c_str());

@@ -23,7 +23,8 @@ enum class CommitResult {
     Written,         // the file now holds the new text; the ".tmp" is gone
     Unchanged,       // the new text equals the old: nothing written, the ".tmp" is gone
     TmpOpenFailed,   // the ".tmp" could not be created; nothing changed
-    TmpWriteFailed,  // writing the ".tmp" failed; removed, "Cannot write file" printed
+    TmpWriteFailed,  // writing the ".tmp", or reserving the file's new length, failed: the
+                     // file untouched, the ".tmp" removed, "Cannot write file" printed
     FileOpenFailed,  // the file could not be opened for writing; untouched
     FileWriteFailed  // rewriting the file failed; the ".tmp" keeps the new text (printed)
 };
@@ -76,9 +77,10 @@ bool isRegularFile(const std::string& path);
 PathKind pathKind(const std::string& path);
 
 // Replaces the contents of `file` by `updated`, keeping its inode: the new text goes to
-// "<file>.tmp" (opened O_NOFOLLOW, fsynced), then the file is overwritten, cut to length and
-// fsynced, and the ".tmp" removed. When `updated` equals `original` the file is left
-// alone. Prints only the write failures ("Cannot write file %s." with the ".tmp" path, or
+// "<file>.tmp" (opened O_NOFOLLOW, fsynced), the file's new length is reserved, then the
+// file is overwritten, cut to length and fsynced, and the ".tmp" removed. When `updated`
+// equals `original` the file is left alone. Prints only the write failures ("Cannot write
+// file %s." with the ".tmp" path, or with the file's when its space cannot be reserved, or
 // "Cannot write file %s. Its new content is kept in %s."); open failures are the caller's.
 CommitResult commitRewrite(const std::string& file, std::string_view original,
                            const TextPieces& updated,
