@@ -69,12 +69,14 @@ KeyLine findKeyLine(const std::string& path, std::string& keyLine) {
     return KeyLine::Found;
 }
 
-// Parses the value of a key line (everything after its first '='); a line without '='
-// holds no tags.
+// Parses the value of a key line (everything after its first '='). A line without '=' (an
+// indented comment that names the key) fails like a value that does not parse: read as "no
+// tags", it would have the merge overwrite the real ones.
 int parseKeyLine(const std::string& keyLine, std::vector<LOCAL_RESOURCE>& list) {
-    std::size_t eq = keyLine.find('=');
-    const std::string value = eq == std::string::npos ? std::string() : keyLine.substr(eq + 1);
-    return parseLocalResources(value, list, 1) == -1 ? -1 : 0;
+    list.clear();
+    const std::size_t eq = keyLine.find('=');
+    if (eq == std::string::npos) return -1;
+    return parseLocalResources(keyLine.substr(eq + 1), list, 1) == -1 ? -1 : 0;
 }
 
 bool sameTag(const LOCAL_RESOURCE& a, const LOCAL_RESOURCE& b) {
@@ -217,6 +219,7 @@ int checkScavengingResourceTag(const std::string& dir) {
     KeyLine found = findKeyLine(confPathOf(dir), keyLine);
     if (found == KeyLine::OpenFailed) return -1;
     if (found == KeyLine::Absent) return 0;
+    if (keyLine.find('=') == std::string::npos) return kTagLineWithoutValue;
     std::vector<LOCAL_RESOURCE> tags;
     if (parseKeyLine(keyLine, tags) == -1) return -1;
     return harvestingCode(tags);

@@ -18,6 +18,10 @@ int getLocalResources(const std::string& dir, std::vector<LOCAL_RESOURCE>& list,
                       std::string& comment);
 int addLocalResources(const std::string& dir, const std::vector<LOCAL_RESOURCE>& list);
 int orvconfig_addresourcetag(const std::vector<LOCAL_RESOURCE>& list);
+// The harvesting tag of this host: 1 scvg, 2 svrscvg, 3 vmscvg, 0 none, -1 when orv.conf
+// cannot be read or its value does not parse, kTagLineWithoutValue when the key's line has
+// no "=" (an indented comment naming the key): its tags cannot be known at all.
+constexpr int kTagLineWithoutValue = -2;
 int checkScavengingResourceTag(const std::string& dir);
 
 }  // namespace orv

@@ -39,6 +39,8 @@ Texts outside the tag grammar print the usage; an existing value that does not p
   +ORV_LOCAL_RESOURCES="[tag x] [resource y]"
   $ ra_fixture 'ORV_LOCAL_RESOURCES="[resource x y]"'; each addresourceattr "'[resource y]'"
   addresourceattr '[resource y]': Command failed. [255]
+  $ ra_fixture '  # ORV_LOCAL_RESOURCES lists the tags'; echo 'ORV_LOCAL_RESOURCES="[resource scvg] [resourcemap 8*gpu]"' >>"$CONF/orv.conf"; each addresourceattr "'[resource fast]'"
+  addresourceattr '[resource fast]': Command failed. [255]
 
 Not a compute host: another local directory (a link is not), a master candidate; no master.
 

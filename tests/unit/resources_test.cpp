@@ -46,7 +46,8 @@ TEST_F(ResourcesFiles, MergeAndHarvestingCheck) {
     const struct { std::string conf; int result; } checks[] = {{k + "\"[resourcemap 1*x] [resource svrscvg] [resource scvg]\"\n", 2}, {k + "\"[resource scvg]\"\n", 1},
                   {k + "\"[resource a] [resource vmscvg]\"\n", 3}, {k + "\"[resource SCVG]\"\n", 0}, {k + "\"[resourcemap scvg] [tag scvg]\"\n", 0},
                   {"#" + k + "\"[resource scvg]\"\n" + k + "\"[resource vmscvg]\"\n", 3}, {"#" + k + "\"[resource scvg]\"\n", 0},
-                  {k + "\n", 0}, {k + "\"[resource a b]\"\n", -1}};
+                  {k + "\n", 0}, {k + "\"[resource a b]\"\n", -1},
+                  {"  # ORV_LOCAL_RESOURCES lists the tags\n" + k + "\"[resource scvg]\"\n", kTagLineWithoutValue}};
     for (const auto& c : checks) {
         write("orv.conf", c.conf);
         EXPECT_EQ(checkScavengingResourceTag(dir_), c.result) << c.conf;
