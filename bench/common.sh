@@ -4,17 +4,23 @@
 # shellcheck shell=bash disable=SC2034
 set -eu
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
-"$ROOT/scripts/bootstrap.sh" >/dev/null
-if [ -n "${BENCH_ORVCONFIG:-}" ]; then
-    ORV=$BENCH_ORVCONFIG  # a binary built elsewhere: the smoke test runs the test build's
-else
-    BUILD=${BENCH_BUILD_DIR:-$ROOT/build-bench}
-    if [ ! -x "$BUILD/orvconfig" ] || [ -z "${BENCH_NO_REBUILD:-}" ]; then
-        cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORV_TESTS=OFF >/dev/null
-        cmake --build "$BUILD" --target orvconfig >/dev/null
+# First the packages and the Release build, then the bench itself again, in a network
+# namespace of its own where the machine allows one (tests/hermetic.sh): no lookup of a bench
+# leaves the machine.
+if [ -z "${ORV_HERMETIC:-}" ]; then
+    "$ROOT/scripts/bootstrap.sh" >/dev/null
+    if [ -z "${BENCH_ORVCONFIG:-}" ]; then
+        BUILD=${BENCH_BUILD_DIR:-$ROOT/build-bench}
+        if [ ! -x "$BUILD/orvconfig" ] || [ -z "${BENCH_NO_REBUILD:-}" ]; then
+            cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DORV_TESTS=OFF >/dev/null
+            cmake --build "$BUILD" --target orvconfig >/dev/null
+        fi
+        BENCH_ORVCONFIG=$BUILD/orvconfig
     fi
-    ORV=$BUILD/orvconfig
+    export BENCH_ORVCONFIG
+    exec "$ROOT/tests/hermetic.sh" "$0" "$@"
 fi
+ORV=$BENCH_ORVCONFIG  # the Release build, or a binary built elsewhere (the smoke test's)
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/orvbench.XXXXXX")
 trap 'rm -rf "$WORK"' EXIT
 RUNS=${BENCH_RUNS:-10}

@@ -3,7 +3,7 @@
 set -eu
 PACKAGES="g++ clang cmake ninja-build libgtest-dev bats libnss-wrapper strace valgrind \
 hyperfine libclang-rt-14-dev mandoc dpkg-dev file groff-base man-db python3 perl gcc util-linux \
-clustershell ansible-core python3-cram shellcheck clang-tidy libdtl-dev"
+clustershell ansible-core python3-cram shellcheck clang-tidy libdtl-dev iproute2"
 missing=""
 for p in $PACKAGES; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"

@@ -14,5 +14,5 @@ echo "lint: clang-tidy"
 find src -name '*.cpp' | sort | xargs -P "$JOBS" -n 4 clang-tidy -p "$BUILD" --quiet --extra-arg=-Wno-unknown-warning-option
 echo "lint: shellcheck"
 shellcheck -x -s bash tests/cli/helpers.bash
-shellcheck -x bench/* scripts/*.sh completion/orvconfig .ci/run tests/reliability/*.sh
+shellcheck -x bench/* scripts/*.sh completion/orvconfig .ci/run tests/reliability/*.sh tests/hermetic.sh
 echo "lint: clean"
