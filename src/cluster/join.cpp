@@ -142,7 +142,11 @@ int changeMembership(const JoinRun& run, const std::string& master, bool newClus
 
 int joinWithEmptyList(const JoinRun& run, const std::string& master) {
     const bool newCluster = compareHost(thisHostName(), master) == 1;
-    if (newCluster && checkScavengingResourceTag(run.confDir) > 0) {
+    const int harvest = newCluster ? checkScavengingResourceTag(run.confDir) : 0;
+    // A tag line without "=" (an indented comment naming the key) hides the host's tags:
+    // they cannot be known, so no new cluster is made on them.
+    if (harvest == kTagLineWithoutValue) return -1;
+    if (harvest > 0) {
         alertI18n(kHarvestHostMessage);
         return -1;
     }

@@ -70,6 +70,8 @@ Refusals of the argument (an address before the environment), the caller, the co
   @@ -2 +2 @@
   -ORV_MASTER_LIST="@ORV_MASTER_LIST@"
   +ORV_MASTER_LIST="hostB"
+  $ fixture; printf '  # ORV_LOCAL_RESOURCES lists the tags\nORV_LOCAL_RESOURCES="[resource scvg]"\n' >>"$CONF/orv.conf"; each join 'hostA -f'
+  join hostA -f: Command failed. [255]
   $ fixture; sed -i '/ORV_MASTER_LIST/d' "$CONF/orv.conf"; each join 'hostA -f'
   join hostA -f: The parameter [ORV_MASTER_LIST] cannot be found in file [$T/top/kernel/conf/orv.conf]. Please check your configuration file. | Command failed. [255]
   $ fixture; rm "$CONF/orv.conf"; each join 'hostA -f'
