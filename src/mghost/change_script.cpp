@@ -266,35 +266,35 @@ int runScript(const std::string& scriptPath, bool isUpdate, const ScriptLineRunn
     while (getNextLineD_(in, readerCount, 0, line)) {
         ++ordinal;
         const int lineNumber = isUpdate ? ordinal : readerCount;
-        ScriptLine fields;
-        const ScriptLineKind kind = classifyScriptLine(line, isUpdate, fields);
-        if (kind == ScriptLineKind::Malformed) reportMalformed(scriptPath, lineNumber);
-        if (kind == ScriptLineKind::Parsed && runLine(fields, lineNumber) == -1) return -1;
+        const ScriptLine fields = classifyScriptLine(line, isUpdate);
+        if (fields.kind == ScriptLineKind::Malformed) reportMalformed(scriptPath, lineNumber);
+        if (fields.kind == ScriptLineKind::Parsed && runLine(fields, lineNumber) == -1) {
+            return -1;
+        }
     }
     return 0;
 }
 
 }  // namespace
 
-ScriptLineKind classifyScriptLine(const std::string& line, bool isUpdate, ScriptLine& out) {
+ScriptLine classifyScriptLine(const std::string& line, bool isUpdate) {
+    ScriptLine fields;
     // A '#' anywhere drops the line: no operand may contain one.
-    if (contains(line, "#")) return ScriptLineKind::Comment;
+    if (contains(line, "#")) {
+        fields.kind = ScriptLineKind::Comment;
+        return fields;
+    }
     const std::vector<std::size_t> bars = separators(line);
-    if (bars.size() < (isUpdate ? 2U : 3U)) return ScriptLineKind::Malformed;
-    if (bars[0] >= (isUpdate ? kUpdateOperationField : kConfOperationField)) {
-        return ScriptLineKind::Malformed;
-    }
-    out.operation = line.substr(0, bars[0]);
+    if (bars.size() < (isUpdate ? 2U : 3U)) return fields;
+    if (bars[0] >= (isUpdate ? kUpdateOperationField : kConfOperationField)) return fields;
+    fields.kind = ScriptLineKind::Parsed;
+    fields.operation = line.substr(0, bars[0]);
     if (isUpdate) {
-        splitUpdateFields(line, bars, out);
+        splitUpdateFields(line, bars, fields);
     } else {
-        splitConfFields(line, bars, out);
+        splitConfFields(line, bars, fields);
     }
-    return ScriptLineKind::Parsed;
-}
-
-bool parseScriptLine(const std::string& line, bool isUpdate, ScriptLine& out) {
-    return classifyScriptLine(line, isUpdate, out) == ScriptLineKind::Parsed;
+    return fields;
 }
 
 int copyConfigAndReplace(const std::string& dir, const std::string& installTop,
