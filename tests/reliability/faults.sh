@@ -15,7 +15,7 @@ source "$(dirname "$0")/../cli/helpers.bash"
 if ! command -v strace >/dev/null || [ -z "$NSS_WRAPPER_LIB" ]; then echo "strace or libnss-wrapper missing" && exit 77; fi
 [ -x "${ORVCONFIG:-}" ] || { echo "set ORVCONFIG to the orvconfig binary" >&2; exit 2; }
 W=$(mktemp -d) && trap 'rm -rf "$W"' EXIT
-BATS_TEST_TMPDIR=$W PY=$(command -v /usr/bin/python3 python3 | head -1) FAILS=0 KILLS=0 FAULTS=0
+FIXTURE_DIR=$W PY=$(command -v /usr/bin/python3 python3 | head -1) FAILS=0 KILLS=0 FAULTS=0
 
 # scenario NAME: lays out $T and sets ARGS, CHANGED (the files a clean run changes) and VIA
 # ("copy=source": a file made as a copy of source, then edited).
