@@ -31,7 +31,10 @@ struct ScriptLine {
                                                   // updates: FILE ARG1 ARG2
 };
 
-// Classifies and splits a line of mgconf.txt (isUpdate false) or of an update script.
-ScriptLine classifyScriptLine(const std::string& line, bool isUpdate);
+// The copy script (mgconf.txt) or an update script (mgmasterupdate.txt, mgupdate.txt).
+enum class ScriptKind { Copy, Update };
+
+// Classifies and splits a line of a script of that kind.
+ScriptLine classifyScriptLine(const std::string& line, ScriptKind kind);
 
 }  // namespace orv

@@ -6,7 +6,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string line(reinterpret_cast<const char*>(data), size);
-    (void)orv::classifyScriptLine(line, false);
-    (void)orv::classifyScriptLine(line, true);
+    (void)orv::classifyScriptLine(line, orv::ScriptKind::Copy);
+    (void)orv::classifyScriptLine(line, orv::ScriptKind::Update);
     return 0;
 }

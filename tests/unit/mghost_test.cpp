@@ -7,46 +7,45 @@
 namespace orv {
 namespace {
 
+using namespace std::string_literals;
 using Fields = std::vector<std::string>;
 
 TEST(ChangeScript, LineGrammar) {
     using enum ScriptLineKind;
+    using enum ScriptKind;
     const std::string op19(19, 'o'), op39(39, 'o'), big(10000, 'v');
     const struct {
         std::string line;
-        bool isUpdate;
+        ScriptKind script;
         ScriptLineKind kind;
         Fields fields{};  // of a parsed line: operation, first, second, third
     } rows[] = {
-        {"", false, Malformed},
-        {"", true, Malformed},
-        {"file|a|b", false, Malformed},
-        {"file|a|b|", false, Parsed, {"file", "a", "b", ""}},
-        {"file|a|b|yes|more|x", false, Parsed, {"file", "a", "b", "yes"}},
-        {" file|a b|c |Y", false, Parsed, {" file", "a b", "c ", "Y"}},
-        {"|||", false, Parsed, {"", "", "", ""}},
-        {"file|/a#b|/c|y", false, Comment},
-        {"#file|a|b|y", false, Comment},
-        {op19 + "|a|b|c", false, Parsed, {op19, "a", "b", "c"}},
-        {op19 + "o|a|b|c", false, Malformed},
-        {op39 + "|f|a|b", false, Malformed},
-        {"file|" + big + "|" + big + "|" + big, false, Parsed, {"file", big, big, big}},
-        {std::string("file|a\0b|c|y", 12),
-         false,
-         Parsed,
-         {"file", std::string("a\0b", 3), "c", "y"}},
-        {"replaceline|f", true, Malformed},
-        {"replaceline|f|", true, Parsed, {"replaceline", "f", "", ""}},
-        {"replaceline|f|K=", true, Parsed, {"replaceline", "f", "", ""}},
-        {"replaceline|f|K=|", true, Parsed, {"replaceline", "f", "K=", ""}},
-        {"replaceline|f|K=|K=a|b||c", true, Parsed, {"replaceline", "f", "K=", "K=a|b||c"}},
-        {"xml|f|URL|http://h/p#frag", true, Comment},
-        {op39 + "|f|a|b", true, Parsed, {op39, "f", "a", "b"}},
-        {op39 + "o|f|a|b", true, Malformed},
+        {"", Copy, Malformed},
+        {"", Update, Malformed},
+        {"file|a|b", Copy, Malformed},
+        {"file|a|b|", Copy, Parsed, {"file", "a", "b", ""}},
+        {"file|a|b|yes|more|x", Copy, Parsed, {"file", "a", "b", "yes"}},
+        {" file|a b|c |Y", Copy, Parsed, {" file", "a b", "c ", "Y"}},
+        {"|||", Copy, Parsed, {"", "", "", ""}},
+        {"file|/a#b|/c|y", Copy, Comment},
+        {"#file|a|b|y", Copy, Comment},
+        {op19 + "|a|b|c", Copy, Parsed, {op19, "a", "b", "c"}},
+        {op19 + "o|a|b|c", Copy, Malformed},
+        {op39 + "|f|a|b", Copy, Malformed},
+        {"file|" + big + "|" + big + "|" + big, Copy, Parsed, {"file", big, big, big}},
+        {"file|a\0b|c|y"s, Copy, Parsed, {"file", "a\0b"s, "c", "y"}},
+        {"replaceline|f", Update, Malformed},
+        {"replaceline|f|", Update, Parsed, {"replaceline", "f", "", ""}},
+        {"replaceline|f|K=", Update, Parsed, {"replaceline", "f", "", ""}},
+        {"replaceline|f|K=|", Update, Parsed, {"replaceline", "f", "K=", ""}},
+        {"replaceline|f|K=|K=a|b||c", Update, Parsed, {"replaceline", "f", "K=", "K=a|b||c"}},
+        {"xml|f|URL|http://h/p#frag", Update, Comment},
+        {op39 + "|f|a|b", Update, Parsed, {op39, "f", "a", "b"}},
+        {op39 + "o|f|a|b", Update, Malformed},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(test::shown(row.line) + (row.isUpdate ? " in an update script" : ""));
-        const ScriptLine got = classifyScriptLine(row.line, row.isUpdate);
+        SCOPED_TRACE(test::shown(row.line) + (row.script == Update ? " in an update script" : ""));
+        const ScriptLine got = classifyScriptLine(row.line, row.script);
         EXPECT_EQ(got.kind, row.kind);
         if (row.kind == Parsed) {
             EXPECT_EQ((Fields{got.operation, got.first, got.second, got.third}), row.fields);

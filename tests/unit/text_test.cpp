@@ -323,7 +323,8 @@ TEST_F(Text, SelectedLinesRewriteAsEveryLine) {
         std::string line, expected;
         for (int count = 0; getNextLineD_(in, count, 0, line);) edit(line, expected);
         const std::string selected = write("selected", content), every = write("every", content);
-        EXPECT_EQ(rewriteLines(selected, edit, {keys, indented}), RewriteStatus::Ok);
+        EXPECT_EQ(rewriteLines(selected, edit, {.needles = keys, .indented = indented}),
+                  RewriteStatus::Ok);
         EXPECT_EQ(rewriteLines(every, edit), RewriteStatus::Ok);
         EXPECT_EQ(read(selected), normalisedLines(expected));
         EXPECT_EQ(read(every), read(selected));
