@@ -3,8 +3,8 @@
 # is skipped (exit 80) with the reason; a failed transcript keeps its directory and prints
 # its path, a passed one leaves nothing behind.
 set -u
-cram=${CRAM:-cram3}
-command -v "$cram" >/dev/null || { echo "skipped: $cram is not installed"; exit 80; }
+cram=${CRAM:-$(command -v cram3 cram | head -1)}
+if [ -z "$cram" ] || ! command -v "$cram" >/dev/null; then echo "skipped: cram3 is not installed" && exit 80; fi
 work=$(mktemp -d "${TMPDIR:-/tmp}/orv-transcript.XXXXXX") || exit 1
 TMPDIR=$work ORV_SKIP_NOTE=$work/skipped "$cram" --shell=/bin/bash -E --keep-tmpdir "$1" >"$work/out"
 status=$?
