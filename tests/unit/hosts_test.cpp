@@ -107,10 +107,10 @@ TEST_F(MasterList, ReadFromOrvConf) {
         {key + "=\"\"a b c\"\"\n", 1, {"a", "b", "c"}},
         {key + "=ab\n", 1, {"ab"}},
         {key + "=\"h1,h2  h3\"\n", 1, {"h1,h2", "h3"}},
-        {"#" + key + "=\"x y\"\n   # " + key + "=\"z\"\n" + key + "=\"B A\" # C\n" + key +
-             "=\"D\"\n",
-         1,
-         {"B", "A"}},
+        {.conf = "#" + key + "=\"x y\"\n   # " + key + "=\"z\"\n" + key + "=\"B A\" # C\n" + key +
+                 "=\"D\"\n",
+         .result = 1,
+         .list = {"B", "A"}},
         {"X" + key + "_OLD=\"old1 old2\"\n" + key + "=\"new\"\n", 1, {"old1", "old2"}},
         {"#" + key + "=\"x y\"\nORV_LIM_PORT=7869\n", -1, {}},
     };

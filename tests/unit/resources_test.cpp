@@ -55,8 +55,9 @@ TEST_F(ResourcesFiles, Merge) {
     const struct {
         std::string before, add, after;
     } rows[] = {
-        {"ORV_WORKDIR=/opt/orv", "[resource scvg]",
-         "ORV_WORKDIR=/opt/orv\n" + key + "\"[resource scvg]\"\n"},
+        {.before = "ORV_WORKDIR=/opt/orv",
+         .add = "[resource scvg]",
+         .after = "ORV_WORKDIR=/opt/orv\n" + key + "\"[resource scvg]\"\n"},
         {.before = key + "\"[resourcemap 1*b]\"\n",
          .add = "[resource c] [resourcemap 2*b] [resource c] [resourcemap 1*b]",
          .after = key + "\"[resourcemap 1*b] [resource c] [resourcemap 2*b] [resource c]\"\n"},
