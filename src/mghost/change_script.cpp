@@ -285,6 +285,7 @@ ScriptLine classifyScriptLine(const std::string& line, ScriptKind kind) {
         fields.kind = ScriptLineKind::Comment;
         return fields;
     }
+    // Too few '|', or an operation too long: malformed (the kind a line starts with).
     const std::vector<std::size_t> bars = separators(line);
     if (bars.size() < (isUpdate ? 2U : 3U)) return fields;
     if (bars[0] >= (isUpdate ? kUpdateOperationField : kConfOperationField)) return fields;
