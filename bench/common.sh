@@ -34,8 +34,8 @@ ORVCONFIG=$ORV
 
 # fresh NAME: an empty case directory, as the suites start each case.
 fresh() {
-    BATS_TEST_TMPDIR=$WORK/$1
-    mkdir -p "$BATS_TEST_TMPDIR"
+    FIXTURE_DIR=$WORK/$1
+    mkdir -p "$FIXTURE_DIR"
     unset ORV_CONFDIR_DIR ORV_LOCAL_CONFDIR_DIR ORV_TOP_DIR VOS_ENVDIR_DIR
 }
 

@@ -2,7 +2,8 @@
 # Static checks, clean or failing: the repository's .clang-format over every C++ source of
 # src/ and tests/, clang-tidy with the repository's .clang-tidy over every source of src/
 # (two at a time, from the compile_commands.json of the build directory given, default
-# build-asan), and shellcheck over every shell script.
+# build-asan), shellcheck over every shell script, and ansible-doc, which must render the
+# Ansible module's documentation.
 set -eu
 cd "$(dirname "$0")/.."
 BUILD=${1:-${BUILD_DIR:-build-asan}}
@@ -14,5 +15,7 @@ echo "lint: clang-tidy"
 find src -name '*.cpp' | sort | xargs -P "$JOBS" -n 4 clang-tidy -p "$BUILD" --quiet --extra-arg=-Wno-unknown-warning-option
 echo "lint: shellcheck"
 shellcheck -x -s bash tests/cli/helpers.bash
-shellcheck -x bench/* scripts/*.sh completion/orvconfig .ci/run tests/reliability/*.sh tests/hermetic.sh
+shellcheck -x bench/* scripts/*.sh completion/orvconfig .ci/run tests/reliability/*.sh tests/cli/*.sh tests/hermetic.sh
+echo "lint: ansible-doc"
+ANSIBLE_LIBRARY=contrib/ansible/plugins/modules ansible-doc -t module orvconfig >/dev/null
 echo "lint: clean"

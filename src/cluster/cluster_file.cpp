@@ -308,7 +308,7 @@ int insertClusterShared(const std::string& dir, const std::string& host) {
     if (getHostLineFromCluster(*path, hosts, lines, header) == -1) {
         return -1;
     }
-    resolveAheadOfScan(host, hosts, true);
+    resolveAheadOfScan(host, hosts, ScanEnd::AtHost);
     for (std::size_t i = 0; i < hosts.size(); ++i) {
         if (compareHost(host, hosts[i]) != 1) {
             continue;
@@ -334,7 +334,7 @@ int removeCluster(const std::string& dir, const std::string& host) {
     if (!path) {
         return -1;
     }
-    resolveAheadOfScan(host, wordsOfHostLines(*path), false);
+    resolveAheadOfScan(host, wordsOfHostLines(*path), ScanEnd::AtLastName);
     HostSection section;
     LineEditor edit = [&](const std::string& line, std::string& out) {
         if (section.inHostLines() && !line.empty() && line[0] != '#') {

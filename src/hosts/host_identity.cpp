@@ -133,11 +133,11 @@ void resolveAhead(const std::vector<std::string>& names) {
 }
 
 void resolveAheadOfScan(const std::string& host, const std::vector<std::string>& names,
-                        bool stopsAtHost) {
+                        ScanEnd end) {
     std::vector<std::string> asked;
     for (const std::string& name : names) {
         if (name == host) {
-            if (stopsAtHost) break;
+            if (end == ScanEnd::AtHost) break;
             continue;
         }
         asked.push_back(name);

@@ -24,10 +24,11 @@ int checkIPAddress(const std::string& s);  // 0 dotted IPv4 form, -1 not
 void resolveAhead(const std::vector<std::string>& names);
 
 // resolveAhead for a scan that compares `host` with each of `names` in turn: the names
-// that differ from `host` as text, and `host` itself. With stopsAtHost the scan ends at
-// the first name equal to `host` as text, so the names after it are left alone.
+// that differ from `host` as text, and `host` itself. A scan that ends at the first name
+// equal to `host` as text leaves the names after it alone.
+enum class ScanEnd { AtHost, AtLastName };
 void resolveAheadOfScan(const std::string& host, const std::vector<std::string>& names,
-                        bool stopsAtHost);
+                        ScanEnd end);
 
 // This host's name as gethostname reports it ("" on failure).
 std::string thisHostName();

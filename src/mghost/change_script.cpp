@@ -254,7 +254,7 @@ using ScriptLineRunner = std::function<int(const ScriptLine& fields, int lineNum
 // is a format error like any other. mgconf.txt numbers its lines from 1 in its warnings;
 // the update scripts have always numbered them from 0, kept so that the line numbers users
 // know stay valid.
-int runScript(const std::string& scriptPath, bool isUpdate, const ScriptLineRunner& runLine) {
+int runScript(const std::string& scriptPath, ScriptKind kind, const ScriptLineRunner& runLine) {
     LineReader in;
     if (!in.open(scriptPath)) {
         alertI18nWithParameter(kCannotOpenTheFileMessage, scriptPath);
@@ -265,36 +265,38 @@ int runScript(const std::string& scriptPath, bool isUpdate, const ScriptLineRunn
     int ordinal = -1;     // the 0-based number of the line read
     while (getNextLineD_(in, readerCount, 0, line)) {
         ++ordinal;
-        const int lineNumber = isUpdate ? ordinal : readerCount;
-        ScriptLine fields;
-        const ScriptLineKind kind = classifyScriptLine(line, isUpdate, fields);
-        if (kind == ScriptLineKind::Malformed) reportMalformed(scriptPath, lineNumber);
-        if (kind == ScriptLineKind::Parsed && runLine(fields, lineNumber) == -1) return -1;
+        const int lineNumber = kind == ScriptKind::Update ? ordinal : readerCount;
+        const ScriptLine fields = classifyScriptLine(line, kind);
+        if (fields.kind == ScriptLineKind::Malformed) reportMalformed(scriptPath, lineNumber);
+        if (fields.kind == ScriptLineKind::Parsed && runLine(fields, lineNumber) == -1) {
+            return -1;
+        }
     }
     return 0;
 }
 
 }  // namespace
 
-ScriptLineKind classifyScriptLine(const std::string& line, bool isUpdate, ScriptLine& out) {
+ScriptLine classifyScriptLine(const std::string& line, ScriptKind kind) {
+    const bool isUpdate = kind == ScriptKind::Update;
+    ScriptLine fields;
     // A '#' anywhere drops the line: no operand may contain one.
-    if (contains(line, "#")) return ScriptLineKind::Comment;
+    if (contains(line, "#")) {
+        fields.kind = ScriptLineKind::Comment;
+        return fields;
+    }
+    // Too few '|', or an operation too long: malformed (the kind a line starts with).
     const std::vector<std::size_t> bars = separators(line);
-    if (bars.size() < (isUpdate ? 2U : 3U)) return ScriptLineKind::Malformed;
-    if (bars[0] >= (isUpdate ? kUpdateOperationField : kConfOperationField)) {
-        return ScriptLineKind::Malformed;
-    }
-    out.operation = line.substr(0, bars[0]);
+    if (bars.size() < (isUpdate ? 2U : 3U)) return fields;
+    if (bars[0] >= (isUpdate ? kUpdateOperationField : kConfOperationField)) return fields;
+    fields.kind = ScriptLineKind::Parsed;
+    fields.operation = line.substr(0, bars[0]);
     if (isUpdate) {
-        splitUpdateFields(line, bars, out);
+        splitUpdateFields(line, bars, fields);
     } else {
-        splitConfFields(line, bars, out);
+        splitConfFields(line, bars, fields);
     }
-    return ScriptLineKind::Parsed;
-}
-
-bool parseScriptLine(const std::string& line, bool isUpdate, ScriptLine& out) {
-    return classifyScriptLine(line, isUpdate, out) == ScriptLineKind::Parsed;
+    return fields;
 }
 
 int copyConfigAndReplace(const std::string& dir, const std::string& installTop,
@@ -308,16 +310,18 @@ int copyConfigAndReplace(const std::string& dir, const std::string& installTop,
 }
 
 int mgConf(const std::string& scriptPath) {
-    return runScript(scriptPath, false, [&scriptPath](const ScriptLine& fields, int lineNumber) {
-        return runConfLine(fields, scriptPath, lineNumber);
-    });
+    return runScript(scriptPath, ScriptKind::Copy,
+                     [&scriptPath](const ScriptLine& fields, int lineNumber) {
+                         return runConfLine(fields, scriptPath, lineNumber);
+                     });
 }
 
 int mgUpdate(const std::string& scriptPath) {
-    return runScript(scriptPath, true, [&scriptPath](const ScriptLine& fields, int lineNumber) {
-        runUpdateLine(fields, scriptPath, lineNumber);
-        return 0;
-    });
+    return runScript(scriptPath, ScriptKind::Update,
+                     [&scriptPath](const ScriptLine& fields, int lineNumber) {
+                         runUpdateLine(fields, scriptPath, lineNumber);
+                         return 0;
+                     });
 }
 
 int deleteTmpConfig(const std::string& dir) {

@@ -19,19 +19,22 @@ int mgConf(const std::string& scriptPath);
 int mgUpdate(const std::string& scriptPath);
 int deleteTmpConfig(const std::string& dir);
 
-// One parsed script line.
-struct ScriptLine {
-    std::string operation, first, second, third;  // mgconf: SOURCE TARGET OVERWRITE;
-                                                  // updates: FILE ARG1 ARG2
-};
 // What a script line turns out to be: dropped for a '#' anywhere in it, a format error
 // (too few '|' or an OPERATION of 20 characters or more in mgconf.txt, 40 or more in an
 // update script), or a line split into its fields.
 enum class ScriptLineKind { Comment, Malformed, Parsed };
-ScriptLineKind classifyScriptLine(const std::string& line, bool isUpdate, ScriptLine& out);
 
-// Splits a line of mgconf.txt (isUpdate false) or of an update script; false for a
-// format error or a line dropped for its '#'.
-bool parseScriptLine(const std::string& line, bool isUpdate, ScriptLine& out);
+// One script line, its fields filled when it parsed.
+struct ScriptLine {
+    ScriptLineKind kind = ScriptLineKind::Malformed;
+    std::string operation, first, second, third;  // mgconf: SOURCE TARGET OVERWRITE;
+                                                  // updates: FILE ARG1 ARG2
+};
+
+// The copy script (mgconf.txt) or an update script (mgmasterupdate.txt, mgupdate.txt).
+enum class ScriptKind { Copy, Update };
+
+// Classifies and splits a line of a script of that kind.
+ScriptLine classifyScriptLine(const std::string& line, ScriptKind kind);
 
 }  // namespace orv

@@ -71,7 +71,8 @@ class OverlayStore final : public FileStore {
     void store(const std::string& key, std::optional<std::string> content);
     bool directoryWritable(const std::string& path) const;
     bool canCreateFresh(const std::string& path) const;
-    bool canOpenForWrite(const std::string& path, bool create) const;
+    enum class IfMissing { Fail, Create };
+    bool canOpenForWrite(const std::string& path, IfMissing missing) const;
 
     FileStore& disk_;                                          // what the overlay lies on
     std::map<std::string, std::optional<std::string>> files_;  // nullopt: removed
@@ -123,8 +124,9 @@ bool OverlayStore::canCreateFresh(const std::string& path) const {
 }
 
 // Whether the file could be opened for writing (links followed), or created.
-bool OverlayStore::canOpenForWrite(const std::string& path, bool create) const {
+bool OverlayStore::canOpenForWrite(const std::string& path, IfMissing missing) const {
     const std::string key = keyOf(path);
+    const bool create = missing == IfMissing::Create;
     if (const auto* content = written(key)) {
         return content->has_value() || (create && directoryWritable(splitPath(key).first));
     }
@@ -158,14 +160,14 @@ CommitResult OverlayStore::commit(const std::string& file, std::string_view orig
     std::string text;
     for (const std::string_view piece : updated) text += piece;
     if (text == original) return CommitResult::Unchanged;
-    if (!canOpenForWrite(file, false)) return CommitResult::FileOpenFailed;
+    if (!canOpenForWrite(file, IfMissing::Fail)) return CommitResult::FileOpenFailed;
     store(keyOf(file), std::move(text));
     return CommitResult::Written;
 }
 
 CommitResult OverlayStore::writeThroughTmp(const std::string& target, std::string_view content) {
     if (!canCreateFresh(tmpPathOf(target))) return CommitResult::TmpOpenFailed;
-    if (!canOpenForWrite(target, true)) return CommitResult::FileOpenFailed;
+    if (!canOpenForWrite(target, IfMissing::Create)) return CommitResult::FileOpenFailed;
     store(keyOf(target), std::string(content));
     return CommitResult::Written;
 }
@@ -177,7 +179,7 @@ NewFileResult OverlayStore::writeNewFile(const std::string& path, std::string_vi
 }
 
 bool OverlayStore::append(const std::string& path, std::string_view text) {
-    if (!canOpenForWrite(path, true)) return false;
+    if (!canOpenForWrite(path, IfMissing::Create)) return false;
     FileText before;
     if (kind(path) == PathKind::Regular && !read(path, before, SIZE_MAX)) return false;
     std::string content(before.view());

@@ -141,7 +141,8 @@ int replaceValueInXML(const std::string& file, const std::string& tag, const std
         replacer(line, out);
     };
     // Only the lines holding the tag change, and those below one whose value runs on.
-    const LineSelection lines{{tag}, false, [&replacer] { return replacer.pending; }};
+    const LineSelection lines{.needles = {tag},
+                              .continues = [&replacer] { return replacer.pending; }};
     return reportXmlRewrite(file, rewriteLines(file, edit, lines, nullptr, TmpOnOpenFailure::Keep));
 }
 

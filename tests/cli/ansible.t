@@ -1,8 +1,9 @@
 The Ansible module on three simulated hosts (the master's ports, a tag on the others): check
 mode predicts the changes and writes nothing, the real run makes them, a repeat changes nothing.
 
-  $ . "$TESTDIR/helpers.bash"; command -v ansible-playbook >/dev/null || exit 80
-  $ for h in hostA hostB hostC; do BATS_TEST_TMPDIR=$PWD/$h; orv_setup_tree; ORV_HOSTNAME=$h; printf '    %s:\n      orv_env:\n' $h; orv_env |
+  $ . "$TESTDIR/helpers.bash"; command -v ansible-playbook >/dev/null || skip "ansible is not installed"
+  $ for h in hostA hostB hostC; do FIXTURE_DIR=$PWD/$h; orv_setup_tree; ORV_HOSTNAME=$h
+  >   printf '    %s:\n      orv_env:\n' $h; orv_env |
   >   sed -e 's/^\(ASAN_OPTIONS=\).*/\1detect_leaks=0:verify_asan_link_order=0/' -e 's/^\([^=]*\)=\(.*\)$/        \1: "\2"/'; done >hosts.yml
   $ printf 'cluster:\n  hosts:\n%s\n  vars: {ansible_connection: local, ansible_python_interpreter: /usr/bin/python3, base_port: %s}\n' \
   >   "$(cat hosts.yml)" "$(orv_free_base 12)" >inventory.yml
@@ -16,8 +17,15 @@ mode predicts the changes and writes nothing, the real run makes them, a repeat 
   >     - orvconfig: {subcommand: addresourceattr, args: ["[resource scvg]"], binary: "{{ lookup('env', 'ORVCONFIG') }}"}
   >       when: inventory_hostname != "hostA"
   > EOF
-  $ export ANSIBLE_LIBRARY=$ORV_SOURCE_DIR/contrib/ansible/plugins/modules ANSIBLE_NOCOLOR=1 ANSIBLE_LOCALHOST_WARNING=0 ANSIBLE_HOME=$PWD/ansible
-  $ play() { ansible-playbook -i inventory.yml playbook.yml "$@" >out; sed -n 's/^\(host[A-C]\) *: .* changed=\([0-9]*\) .* failed=\([0-9]*\) .*/\1 changed=\2 failed=\3/p' out | paste -sd' '; }
+  $ export ANSIBLE_LIBRARY=$ORV_SOURCE_DIR/contrib/ansible/plugins/modules ANSIBLE_NOCOLOR=1 \
+  >   ANSIBLE_LOCALHOST_WARNING=0 ANSIBLE_HOME=$PWD/ansible
+
+The module's documentation renders: its name, options and return values.
+
+  $ ansible-doc -t module orvconfig | sed -n 's/^> \(ORVCONFIG\) .*/\1/p; s/^\([=-] [a-z]*\).*/\1/p' | paste -sd' '
+  ORVCONFIG - args - binary = subcommand - name - name - directories - files - rc - stdout
+  $ play() { ansible-playbook -i inventory.yml playbook.yml "$@" >out
+  >   sed -n 's/^\(host[A-C]\) *: .* changed=\([0-9]*\) .* failed=\([0-9]*\) .*/\1 changed=\2 failed=\3/p' out | paste -sd' '; }
   $ state() { find host? -printf "%p %s %T@\n" | LC_ALL=C sort; }; state >before
 
 The diffs shown: the tag line added on each compute host, the new ports on the master.

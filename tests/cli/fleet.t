@@ -1,12 +1,17 @@
 Many hosts at once through ClusterShell's local exec worker: h01..h16 (own identity and local
 configuration, one shared top), c01..c08 runs on hostD. Nothing lost, torn or falsely reported.
 
-  $ . "$TESTDIR/helpers.bash"; command -v clush >/dev/null || exit 80
-  $ fixture master; for n in $(seq -w 1 16); do echo "10.0.1.$((10#$n)) h$n.lab.local h$n" >>"$T/nss/hosts"; mg_setup_candidate "h$n"; done; mg_setup_candidate hostD
-  $ ORV_HOSTNAME=hostA; unset ORV_TOP_DIR ORV_CONFDIR_DIR ORV_LOCAL_CONFDIR_DIR; orvx mghost "$SHARE" -f >/dev/null; SCONF=$SHARE/kernel/conf; cp "$SCONF/orv.cluster.cluster1" master-only
+  $ . "$TESTDIR/helpers.bash"; command -v clush >/dev/null || skip "clush is not installed"
+  $ fixture master; for n in $(seq -w 1 16); do
+  >   echo "10.0.1.$((10#$n)) h$n.lab.local h$n" >>"$T/nss/hosts"; mg_setup_candidate "h$n"; done; mg_setup_candidate hostD
+  $ ORV_HOSTNAME=hostA; unset ORV_TOP_DIR ORV_CONFDIR_DIR ORV_LOCAL_CONFDIR_DIR; orvx mghost "$SHARE" -f >/dev/null
+  $ SCONF=$SHARE/kernel/conf; cp "$SCONF/orv.cluster.cluster1" master-only
   $ mapfile -t envs < <(orv_env | grep -v '^NSS_WRAPPER_HOSTNAME=\|^ORV_'); mkdir runs
-  $ { echo '#!/bin/bash'; echo 'n=$1 c=$2 h=$1; shift 2; [[ $n == c* ]] && h=hostD'; printf 'env -i PATH=%q' "$PATH"; printf ' %q' "${envs[@]}"
-  >   printf ' ORVCONFIG_LOCK_WAIT=${ORVCONFIG_LOCK_WAIT:-60} NSS_WRAPPER_HOSTNAME=$h ORV_TOP=%q/top-$h ORV_CONFDIR=$c ORV_LOCAL_CONFDIR=%q/top-$h/kernel/conf %q "$@" </dev/null >%q/runs/$n 2>&1\necho "[$?]" >>%q/runs/$n\n' "$T" "$T" "$ORVCONFIG" "$PWD" "$PWD"; } >as; chmod +x as
+  $ { echo '#!/bin/bash'; echo 'n=$1 c=$2 h=$1; shift 2; [[ $n == c* ]] && h=hostD'
+  >   printf 'env -i PATH=%q' "$PATH"; printf ' %q' "${envs[@]}"
+  >   printf ' ORVCONFIG_LOCK_WAIT=${ORVCONFIG_LOCK_WAIT:-60} NSS_WRAPPER_HOSTNAME=$h ORV_TOP=%q/top-$h ORV_CONFDIR=$c' "$T"
+  >   printf ' ORV_LOCAL_CONFDIR=%q/top-$h/kernel/conf %q "$@" </dev/null >%q/runs/$n 2>&1\necho "[$?]" >>%q/runs/$n\n' \
+  >     "$T" "$ORVCONFIG" "$PWD" "$PWD"; } >as; chmod +x as
   $ fleet() { local nodes=$1 conf=$2; shift 2; clush -R exec -f 64 -w "$nodes" "$PWD/as %h $conf $*" </dev/null; }
   $ runs() { cat "$@" | sed -e "s|$T|\$T|g" -e 's/-h[0-9][0-9]/-hNN/g' | sort | uniq -c; rm -f "$@"; }
   $ hostlines() { sed -n "8,$((7 + $1))p" "$SCONF/orv.cluster.cluster1" | tee lines | sed 's/^h[0-9]*/hNN/' | uniq -c; cut -c1-3 lines | sort | paste -sd' '; }

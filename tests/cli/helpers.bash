@@ -2,19 +2,20 @@
 # The fixture trees of the transcripts (tests/cli/*.t), also sourced by the reliability
 # driver and bench/. Identity (host name, resolver, login name) is
 # simulated with nss_wrapper, so the binary runs unmodified. orv_setup_tree lays out
-# T=$BATS_TEST_TMPDIR/t: $TOP (ORV_TOP), $CONF=$TOP/kernel/conf (ORV_CONFDIR and
+# T=$FIXTURE_DIR/t: $TOP (ORV_TOP), $CONF=$TOP/kernel/conf (ORV_CONFDIR and
 # ORV_LOCAL_CONFDIR: orv.conf, orv.shared, orv.cluster.cluster1, ResourceGroups.xml), $SHARE
 # (an empty shared top) and $T/nss. Hosts hostA (this host) to hostD resolve, canonical
 # <host>.lab.local; "ghost" does not. The login name is orvadmin.
 ORVCONFIG=${ORVCONFIG:-orvconfig}
 NSS_WRAPPER_LIB=${NSS_WRAPPER_LIB:-$(for d in /usr/lib/x86_64-linux-gnu /usr/lib64 /usr/lib; do
     [ -e "$d/libnss_wrapper.so" ] && echo "$d/libnss_wrapper.so" && break; done)}
-# skip REASON: a transcript ends as skipped (cram's exit 80); a caller's own skip is kept.
-declare -F skip >/dev/null || skip() { echo "skipped: $*" >&2; exit 80; }
+# skip REASON: a transcript ends as skipped (cram's exit 80), its reason left for
+# tests/cli/transcript.sh to print; a caller's own skip is kept.
+declare -F skip >/dev/null || skip() { echo "$*" >"${ORV_SKIP_NOTE:-/dev/stderr}"; exit 80; }
 
 orv_setup_tree() {
     [ -n "$NSS_WRAPPER_LIB" ] || skip "libnss-wrapper is not installed"
-    T=$BATS_TEST_TMPDIR/t TOP=$BATS_TEST_TMPDIR/t/top SHARE=$BATS_TEST_TMPDIR/t/share
+    T=$FIXTURE_DIR/t TOP=$FIXTURE_DIR/t/top SHARE=$FIXTURE_DIR/t/share
     CONF=$TOP/kernel/conf ORV_HOSTNAME=hostA ORV_LOGIN=orvadmin
     mkdir -p "$CONF" "$SHARE" "$T/nss" "$TOP/oservice/osc/conf/services" && orv_write_nss && orv_write_default_conf "$CONF"
 }
@@ -76,7 +77,7 @@ orv_free_base() {
 orv_ports_free() { perl -e "$_ORV_PERL_BIND"'bind_port($_) or exit 1 for $ARGV[0] .. $ARGV[0] + $ARGV[1] - 1' "$1" "$2"; }
 # orv_hold_ports PORT...: keeps the ports bound by a background process until the next fixture.
 orv_hold_ports() {
-    local ready=$BATS_TEST_TMPDIR/ports-held.$RANDOM i
+    local ready=$FIXTURE_DIR/ports-held.$RANDOM i
     perl -e "$_ORV_PERL_BIND"'my ($ready, @ports) = @ARGV; my @held;
         for (@ports) { bind_port($_, \@held) or die "cannot bind $_: $!\n" } open(my $f, ">", $ready); sleep 300;' \
         "$ready" "$@" 3>&- &
@@ -213,7 +214,7 @@ mg_add_zt() {
 # diff. $T and its resolved path print as "$T"; `names` reduces each diff to one line
 # "+++ path path ...".
 fixture() {
-    BATS_TEST_TMPDIR=$PWD && orv_release_ports && rm -rf "$PWD/t" "$PWD/t.before"
+    FIXTURE_DIR=$PWD && orv_release_ports && rm -rf "$PWD/t" "$PWD/t.before"
     unset ORV_TOP_DIR ORV_CONFDIR_DIR ORV_LOCAL_CONFDIR_DIR VOS_ENVDIR_DIR ORV_UNSET ANSWERS
     case ${1:-plain} in
         plain) orv_setup_tree ;;

@@ -6,8 +6,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string line(reinterpret_cast<const char*>(data), size);
-    orv::ScriptLine out;
-    (void)orv::parseScriptLine(line, false, out);
-    (void)orv::parseScriptLine(line, true, out);
+    (void)orv::classifyScriptLine(line, orv::ScriptKind::Copy);
+    (void)orv::classifyScriptLine(line, orv::ScriptKind::Update);
     return 0;
 }

@@ -10,8 +10,8 @@ namespace orvfuzz {
 
 const std::string& scratchDir() {
     static const std::string dir = [] {
-        std::string tmpl = std::string(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp") +
-                           "/orvfuzz.XXXXXX";
+        std::string tmpl =
+            std::string(std::getenv("TMPDIR") ? std::getenv("TMPDIR") : "/tmp") + "/orvfuzz.XXXXXX";
         if (mkdtemp(tmpl.data()) == nullptr) std::abort();
         return tmpl;
     }();
@@ -26,4 +26,3 @@ std::string writeScratch(const std::string& name, const uint8_t* data, size_t si
 }
 
 }  // namespace orvfuzz
-

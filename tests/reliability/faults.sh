@@ -27,7 +27,7 @@ if [ -z "${ORV_FAULTS_PRIVATE_MOUNTS:-}" ] && [ "$(id -u)" -eq 0 ] && unshare -m
     ORV_FAULTS_PRIVATE_MOUNTS=1 exec unshare -m --propagation private "$0" "$@"
 fi
 W=$(mktemp -d) && trap 'umount "$W/fs" 2>/dev/null; rm -rf "$W"' EXIT
-BATS_TEST_TMPDIR=$W PY=$(command -v /usr/bin/python3 python3 | head -1) FAILS=0 KILLS=0 FAULTS=0 TORN=0
+FIXTURE_DIR=$W PY=$(command -v /usr/bin/python3 python3 | head -1) FAILS=0 KILLS=0 FAULTS=0 TORN=0
 
 # scenario NAME: lays out $T and sets ARGS, CHANGED (the files a clean run changes) and VIA
 # ("copy=source": a file made as a copy of source, then edited).
@@ -109,7 +109,7 @@ pages() { echo $((($(wc -c <"$1") + 4095) / 4096)); }
 # and one past it.
 tmpfs_edit() {
     local free need old new file expect open close status f
-    BATS_TEST_TMPDIR=$FS && rm -rf "$FS/t" "$FS/filler" && orv_setup_tree
+    FIXTURE_DIR=$FS && rm -rf "$FS/t" "$FS/filler" && orv_setup_tree
     case $1 in
         setbaseport) # orv.conf with one port key: a five-digit base port makes it one byte longer
             sed -i '/^ORV_\(KD\|PEM\)_PORT=/d' "$CONF/orv.conf"

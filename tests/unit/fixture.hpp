@@ -11,12 +11,34 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <sstream>
 
 namespace orv::test {
+
+// A text as a failure names it: quoted and escaped, its first 60 bytes.
+inline std::string shown(const std::string& text) {
+    return testing::PrintToString(text.substr(0, 60));
+}
+
+// Expects a child run (TempDirTest::inChild) to have printed PRINTED and ended with STATUS,
+// each asserted on its own.
+#define EXPECT_RAN(RUN, PRINTED, STATUS)       \
+    do {                                       \
+        const auto& ranToCheck = (RUN);        \
+        EXPECT_EQ(ranToCheck.output, PRINTED); \
+        EXPECT_EQ(ranToCheck.status, STATUS);  \
+    } while (false)
+
+// How a child runs: `unprivileged`, a superuser child becomes "nobody" first (the
+// directory opened up for it); with `sizeLimit`, writes past it fail.
+struct ChildOptions {
+    bool unprivileged = false;
+    rlim_t sizeLimit = 0;
+};
 
 class TempDirTest : public ::testing::Test {
   protected:
@@ -40,7 +62,10 @@ class TempDirTest : public ::testing::Test {
         s << in.rdbuf();
         return s.str();
     }
-    static bool exists(const std::string& p) { struct stat st {}; return ::lstat(p.c_str(), &st) == 0; }
+    static bool exists(const std::string& p) {
+        struct stat st {};
+        return ::lstat(p.c_str(), &st) == 0;
+    }
     // The modification time in nanoseconds; agedMtime first moves it one hour back.
     static long long mtimeOf(const std::string& p) {
         struct stat st {};
@@ -48,37 +73,44 @@ class TempDirTest : public ::testing::Test {
         return st.st_mtim.tv_sec * 1000000000LL + st.st_mtim.tv_nsec;
     }
     static long long agedMtime(const std::string& p) {
-        const struct timespec times[2] = {{::time(nullptr) - 3600, 0}, {::time(nullptr) - 3600, 0}};
+        const std::time_t hourAgo = ::time(nullptr) - 3600;
+        const struct timespec times[2] = {{hourAgo, 0}, {hourAgo, 0}};
         EXPECT_EQ(::utimensat(AT_FDCWD, p.c_str(), times, 0), 0);
         return mtimeOf(p);
     }
+    // What a child printed, and its result modulo 256 (-1 when killed).
+    struct Ran {
+        std::string output;
+        int status;
+    };
     // Runs body in a child (standard input empty; killed after 10 s, so a blocking open of a
-    // FIFO shows as a failure) and returns what it printed, then its result as "[N]" (N
-    // modulo 256, -1 when killed). With `unprivileged`, a superuser child becomes "nobody"
-    // first (the directory opened up for it); with `sizeLimit`, writes past it fail.
-    std::string inChild(const std::function<int()>& body, bool unprivileged = false, rlim_t sizeLimit = 0) const {
+    // FIFO shows as a failure).
+    Ran inChild(const std::function<int()>& body, ChildOptions options = {}) const {
         char out[] = "/tmp/orv_unit_out.XXXXXX";
         const int outFd = mkstemp(out);
         std::fflush(stdout);
         const pid_t pid = fork();
         if (pid == 0) {
             const int in = ::open("/dev/null", O_RDONLY);
-            const struct rlimit limit = {sizeLimit, sizeLimit};
+            const struct rlimit limit = {options.sizeLimit, options.sizeLimit};
             if (in < 0 || dup2(in, 0) < 0 || dup2(outFd, 1) < 0) _exit(250);
             ::alarm(10);
             ::signal(SIGXFSZ, SIG_IGN);
-            if (sizeLimit != 0 && ::setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(251);
-            if (unprivileged && (::chmod(dir_.c_str(), 0777) != 0 || (::geteuid() == 0 && ::setuid(65534) != 0))) _exit(252);
+            if (options.sizeLimit != 0 && ::setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(251);
+            if (options.unprivileged && !becomeNobody()) _exit(252);
             const int code = body();
             std::fflush(stdout);
             _exit(code & 0xff);
         }
         int status = 0;
         EXPECT_EQ(waitpid(pid, &status, 0), pid);
-        const std::string run = read(out) + "[" + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + "]";
+        Ran ran{read(out), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
         ::close(outFd);
         ::unlink(out);
-        return run;
+        return ran;
+    }
+    bool becomeNobody() const {
+        return ::chmod(dir_.c_str(), 0777) == 0 && (::geteuid() != 0 || ::setuid(65534) == 0);
     }
 
     std::string dir_;

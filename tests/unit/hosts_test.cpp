@@ -11,20 +11,52 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-TEST(Hosts, NameRules) {
-    const struct { const char *x, *y; int equal; } pairs[] = {{"hostA", "hostA", 1}, {"hosta", "HOSTA", 1}, {"hostA", "hostA.lab.local", 1}, {"hostA.lab.local", "hostA", 1},
-                 {"HOSTA.LAB", "hosta.lab.local", 1}, {"hostA", "hostAB", 0}, {"hostAB", "hostA", 0}, {"host1", "host10", 0},
-                 {"hostA.lab", "hostA.lax", 0}, {"hostA.la", "hostA.lab.local", 0}, {"", "", 1}, {"", ".lab.local", 1},
-                 {"", "hostA", 0}, {"hostA", "", 0}, {"hostA.", "hostA", 1}};
-    for (const auto& c : pairs) EXPECT_EQ(equalHost_(c.x, c.y), c.equal) << c.x << " vs " << c.y;
-    for (const char* s : {"10.0.0.1", "1..2.3", ".1.2.3", "999.999.999.999", "0000.1.2.3"}) EXPECT_EQ(checkIPAddress(s), 0) << s;
-    for (const char* s : {"10.0.0", "10.0.0.1.", "10.0.0.a", "", "10.0.0.1.5", "...", "::1", "10.0.0.1 ", "-1.2.3.4"}) {
-        EXPECT_EQ(checkIPAddress(s), -1) << s;
+TEST(Hosts, NameRule) {
+    const struct {
+        const char *name, *other;
+        int equal;
+    } rows[] = {
+        {"hostA", "hostA", 1},
+        {"hosta", "HOSTA", 1},
+        {"hostA", "hostA.lab.local", 1},
+        {"hostA.lab.local", "hostA", 1},
+        {"HOSTA.LAB", "hosta.lab.local", 1},
+        {"hostA", "hostAB", 0},
+        {"hostAB", "hostA", 0},
+        {"host1", "host10", 0},
+        {"hostA.lab", "hostA.lax", 0},
+        {"hostA.la", "hostA.lab.local", 0},
+        {"", "", 1},
+        {"", ".lab.local", 1},
+        {"", "hostA", 0},
+        {"hostA", "", 0},
+        {"hostA.", "hostA", 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.name) + " vs " + row.other);
+        EXPECT_EQ(equalHost_(row.name, row.other), row.equal);
     }
-    // Every form the classic address parser accepts is refused as a host name; the
-    // all-ones address is its error value and passes when the resolver accepts it.
-    for (const std::string& s : Names{"10.0.0.1", "10.1", "0x0a.1", "012.0.0.1", "2130706433", "0x7f000001", "::1", "", std::string(10000, 'x')}) {
-        EXPECT_EQ(checkHostname(s), -1) << s.substr(0, 20);
+}
+
+TEST(Hosts, LexicalAddresses) {
+    for (const char* address : {"10.0.0.1", "1..2.3", ".1.2.3", "999.999.999.999", "0000.1.2.3"}) {
+        SCOPED_TRACE(address);
+        EXPECT_EQ(checkIPAddress(address), 0);
+    }
+    for (const char* text : {"10.0.0", "10.0.0.1.", "10.0.0.a", "", "10.0.0.1.5", "...", "::1",
+                             "10.0.0.1 ", "-1.2.3.4"}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(checkIPAddress(text), -1);
+    }
+}
+
+// Every form the classic address parser accepts is refused as a host name; the all-ones
+// address is its error value and passes when the resolver accepts it.
+TEST(Hosts, AddressesAreNoHostNames) {
+    for (const std::string& name : Names{"10.0.0.1", "10.1", "0x0a.1", "012.0.0.1", "2130706433",
+                                         "0x7f000001", "::1", "", std::string(10000, 'x')}) {
+        SCOPED_TRACE(name.substr(0, 20));
+        EXPECT_EQ(checkHostname(name), -1);
     }
     EXPECT_EQ(checkHostname("255.255.255.255"), 1);
 }
@@ -34,62 +66,91 @@ TEST(Hosts, NameRules) {
 // remembered answers agree with the rule applied to the canonical names.
 TEST(Hosts, LookupsSideBySideGiveTheAnswersOfLookupsOneAfterAnother) {
     Names names = {"localhost", "::1", "", "10.1", std::string(70, 'x')};
-    for (char c = 'a'; c < 'a' + 20; ++c) names.insert(names.end(), {"10.0.0." + std::to_string(c - 'a'), std::string(64, c) + ".lab"});
+    for (char letter = 'a'; letter < 'a' + 20; ++letter) {
+        names.push_back("10.0.0." + std::to_string(letter - 'a'));
+        names.push_back(std::string(64, letter) + ".lab");
+    }
     const std::vector<std::optional<HostLookup>> got = lookUpInWorkers(names, 7);
     ASSERT_EQ(got.size(), names.size());
     Names canonical;
     int resolved = 0;
     for (std::size_t i = 0; i < names.size(); ++i) {
+        SCOPED_TRACE(names[i]);
         const HostLookup expected = lookUpHost(names[i]);
-        EXPECT_EQ(got[i], expected) << names[i];
+        EXPECT_EQ(got[i], expected);
         resolved += expected.resolved ? 1 : 0;
         canonical.push_back(expected.resolved ? expected.canonical : names[i]);
     }
-    EXPECT_TRUE(resolved >= 22 && static_cast<int>(names.size()) - resolved >= 22) << resolved;
+    EXPECT_GE(resolved, 22);
+    EXPECT_GE(static_cast<int>(names.size()) - resolved, 22);
     resolveAhead(names);
     for (std::size_t i = 0, j = 1; i < names.size(); ++i, j = (i + 1) % names.size()) {
-        EXPECT_EQ(compareHost(names[i], names[j]), equalHost_(canonical[i], canonical[j])) << names[i];
-        EXPECT_EQ(compareHost(names[i], names[i]), 1) << names[i];
+        SCOPED_TRACE(names[i]);
+        EXPECT_EQ(compareHost(names[i], names[j]), equalHost_(canonical[i], canonical[j]));
+        EXPECT_EQ(compareHost(names[i], names[i]), 1);
     }
 }
 
 using MasterList = test::TempDirTest;
 
 TEST_F(MasterList, ReadFromOrvConf) {
-    const std::string k = "ORV_MASTER_LIST";
-    const struct { std::string conf; int result; Names list; } cases[] = {
-        {k + "=\"a b c\"\n", 1, {"a", "b", "c"}}, {k + "=a b c\n", 1, {"a", "b", "c"}}, {k + "=\"a b c\n", 1, {"a", "b", "c"}},
-        {k + "=a b c\"\n", 1, {"a", "b", "c"}}, {k + "=\"\"a b c\"\"\n", 1, {"a", "b", "c"}}, {k + "=ab\n", 1, {"ab"}},
-        {k + "=\"h1,h2  h3\"\n", 1, {"h1,h2", "h3"}}, {"#" + k + "=\"x y\"\n   # " + k + "=\"z\"\n" + k + "=\"B A\" # C\n" + k + "=\"D\"\n", 1, {"B", "A"}},
-        {"X" + k + "_OLD=\"old1 old2\"\n" + k + "=\"new\"\n", 1, {"old1", "old2"}}, {"#" + k + "=\"x y\"\nORV_LIM_PORT=7869\n", -1, {}},
+    const std::string key = "ORV_MASTER_LIST";
+    const struct {
+        std::string conf;
+        int result;
+        Names list;
+    } rows[] = {
+        {key + "=\"a b c\"\n", 1, {"a", "b", "c"}},
+        {key + "=a b c\n", 1, {"a", "b", "c"}},
+        {key + "=\"a b c\n", 1, {"a", "b", "c"}},
+        {key + "=a b c\"\n", 1, {"a", "b", "c"}},
+        {key + "=\"\"a b c\"\"\n", 1, {"a", "b", "c"}},
+        {key + "=ab\n", 1, {"ab"}},
+        {key + "=\"h1,h2  h3\"\n", 1, {"h1,h2", "h3"}},
+        {.conf = "#" + key + "=\"x y\"\n   # " + key + "=\"z\"\n" + key + "=\"B A\" # C\n" + key +
+                 "=\"D\"\n",
+         .result = 1,
+         .list = {"B", "A"}},
+        {"X" + key + "_OLD=\"old1 old2\"\n" + key + "=\"new\"\n", 1, {"old1", "old2"}},
+        {"#" + key + "=\"x y\"\nORV_LIM_PORT=7869\n", -1, {}},
     };
-    for (const auto& c : cases) {
-        write("orv.conf", c.conf);
-        EXPECT_EQ(inChild([&] {
-                      Names list{"stale"};
-                      return getMasterListFromConf(dir_, list, 0) == c.result && list == c.list;
-                  }),
-                  "[1]")
-            << c.conf;
-    }
-    for (const char* empty : {"=\"\"", "=\"@ORV_MASTER_LIST@\"", "=", "=a", "=\"a\"", "", "=\"", "=\"x @ORV_MASTER_LIST@ y\""}) {
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.conf);
+        write("orv.conf", row.conf);
         Names list{"stale"};
-        write("orv.conf", "# head\n" + k + std::string(empty) + "\nOTHER=1\n");
-        EXPECT_TRUE(getMasterListFromConf(dir_, list, 1) == 1 && list.empty()) << empty;
+        EXPECT_EQ(getMasterListFromConf(dir_, list, 0), row.result);
+        EXPECT_EQ(list, row.list);
+        EXPECT_EQ(inChild([&] { return getMasterListFromConf(dir_, list, 0); }).output, "");
     }
-    // A missing key is reported only when verbose; a missing or unreadable file always.
+    for (const char* empty : {"=\"\"", "=\"@ORV_MASTER_LIST@\"", "=", "=a", "=\"a\"", "", "=\"",
+                              "=\"x @ORV_MASTER_LIST@ y\""}) {
+        SCOPED_TRACE(empty);
+        Names list{"stale"};
+        write("orv.conf", "# head\n" + key + std::string(empty) + "\nOTHER=1\n");
+        EXPECT_EQ(getMasterListFromConf(dir_, list, 1), 1);
+        EXPECT_TRUE(list.empty());
+    }
+}
+
+// A missing key is reported only when verbose; a missing or unreadable file always.
+TEST_F(MasterList, Failures) {
     write("orv.conf", "ORV_LIM_PORT=1\n");
+    const auto readWith = [&](int verbose) {
+        return inChild([&] {
+            Names list;
+            return getMasterListFromConf(dir_, list, verbose);
+        });
+    };
+    EXPECT_RAN(readWith(1),
+               "The parameter [ORV_MASTER_LIST] cannot be found in file [" + dir_ +
+                   "/orv.conf]. Please check your configuration file.\n",
+               255);
+    EXPECT_RAN(readWith(0), "", 255);
     const std::string noFile = "Cannot open file " + dir_ + "/orv.conf.\n";
-    EXPECT_EQ(inChild([&] {
-                  Names list;
-                  int r = (getMasterListFromConf(dir_, list, 1) == -1) + (getMasterListFromConf(dir_, list, 0) == -1);
-                  ::unlink(path("orv.conf").c_str());
-                  r += getMasterListFromConf(dir_, list, 0) == -1;
-                  std::filesystem::create_directory(path("orv.conf"));
-                  return r + (getMasterListFromConf(dir_, list, 0) == -1);
-              }),
-              "The parameter [ORV_MASTER_LIST] cannot be found in file [" + dir_ + "/orv.conf]. Please check your configuration file.\n" +
-                  noFile + noFile + "[4]");
+    ::unlink(path("orv.conf").c_str());
+    EXPECT_RAN(readWith(0), noFile, 255);
+    std::filesystem::create_directory(path("orv.conf"));
+    EXPECT_RAN(readWith(0), noFile, 255);
 }
 
 }  // namespace

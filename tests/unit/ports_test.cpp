@@ -11,75 +11,111 @@ namespace {
 
 using namespace std::string_literals;
 using Settings = std::vector<PortSetting>;
-const Settings kKernel = {{"ORV_LIM_PORT", "40000"}, {"ORV_KD_PORT", "40001"}, {"ORV_PEM_PORT", "40002"}};
+const Settings kKernel = {
+    {"ORV_LIM_PORT", "40000"}, {"ORV_KD_PORT", "40001"}, {"ORV_PEM_PORT", "40002"}};
 
 class PortKeyLines : public test::TempDirTest {
   protected:
-    // Checks the one rewrite against the per-key ones, in this process or (to capture its
-    // messages, under a file-size limit) in a child, and returns its text.
-    std::string both(const std::string& content, const Settings& settings, bool inAChild = false, rlim_t sizeLimit = 0) {
+    // Checks the one rewrite against the per-key ones and returns its text; with a size limit
+    // both run in a child under that limit, so that their messages are compared too.
+    std::string both(const std::string& content, const Settings& settings, rlim_t childLimit = 0) {
         const std::string a = write("a/orv.conf", content), b = write("b/orv.conf", content);
-        const auto run = [&](const std::function<int()>& body) { return inAChild ? inChild(body, false, sizeLimit) : std::to_string(body()); };
-        output = run([&] { return chgKeyLines(a, settings); });
-        std::string each = run([&] {
+        const auto run = [&](const std::function<int()>& body) {
+            return childLimit != 0 ? inChild(body, {.sizeLimit = childLimit}) : Ran{"", body()};
+        };
+        last = run([&] { return chgKeyLines(a, settings); });
+        Ran each = run([&] {
             int result = 0;
             for (const PortSetting& s : settings) result |= chgPorts(b, s.key, s.value);
             return result;
         });
-        for (std::size_t p = each.find(b); p != std::string::npos; p = each.find(b, p)) each.replace(p, b.size(), a);
-        EXPECT_EQ(output + read(a), each + read(b)) << testing::PrintToString(content);
+        for (std::size_t p = each.output.find(b); p != std::string::npos;
+             p = each.output.find(b, p)) {
+            each.output.replace(p, b.size(), a);
+        }
+        EXPECT_EQ(last.output, each.output) << testing::PrintToString(content);
+        EXPECT_EQ(last.status, each.status) << testing::PrintToString(content);
+        EXPECT_EQ(read(a), read(b)) << testing::PrintToString(content);
         EXPECT_EQ(exists(a + ".tmp"), exists(b + ".tmp"));
         return read(a);
     }
-    std::string output;
+    Ran last;
 };
 
 TEST_F(PortKeyLines, GeneratedTextsComeOutAsFromOneRewritePerKey) {
-    const std::vector<std::string> pieces = {"K1=1", "K2", "xK1y", "# K2 note", " ", "  ", "\t", "\r", "a", "b c", "  ind", "K1K2", "\0"s,
-                                             "trail ", "\n", "\n", "\n", "\n", "_PORT", "A_PORT=1", "B_PORT", "A_POR", "#B_PORT ",
-                                             "xA_PORTy", "A_PORTB_PORT"};
+    const std::vector<std::string> pieces = {
+        "K1=1",  "K2",       "xK1y",     "# K2 note",   " ",     "  ",       "\t",
+        "\r",    "a",        "b c",      "  ind",       "K1K2",  "\0"s,      "trail ",
+        "\n",    "\n",       "\n",       "\n",          "_PORT", "A_PORT=1", "B_PORT",
+        "A_POR", "#B_PORT ", "xA_PORTy", "A_PORTB_PORT"};
     // K1 and K2 are searched one by one; A_PORT and B_PORT share "_PORT", found with one
     // search (lines with "_PORT" alone stay as they are).
-    const std::vector<Settings> settings = {{{"K1", "9"}, {"K2", "8"}}, {{"K1", "\t9 "}, {"K2", "8"}}, {{"K1", "9 K2"}, {"K2", "8"}},
-                                            {{"K1", "two\nlines"}, {"K2", "8"}}, {{"A_PORT", "1 B_PORT"}, {"B_PORT", "2"}},
-                                            {{"A_PORT", "7"}, {"B_PORT", "2"}}};
-    std::mt19937 rnd(20261122);
+    const std::vector<Settings> settings = {
+        {{"K1", "9"}, {"K2", "8"}},
+        {{"K1", "\t9 "}, {"K2", "8"}},
+        {{"K1", "9 K2"}, {"K2", "8"}},
+        {{"K1", "two\nlines"}, {"K2", "8"}},
+        {{"A_PORT", "1 B_PORT"}, {"B_PORT", "2"}},
+        {{"A_PORT", "7"}, {"B_PORT", "2"}},
+    };
+    std::mt19937 random(20261122);
     for (int round = 0; round < 300 && !HasFailure(); ++round) {
         std::string content;
-        for (int i = static_cast<int>(rnd() % 30); i > 0; --i) content += pieces[rnd() % pieces.size()];
-        both(content + (rnd() % 4 != 0 ? "\n" : ""), settings[static_cast<std::size_t>(round) % settings.size()]);
+        for (int i = static_cast<int>(random() % 30); i > 0; --i) {
+            content += pieces[random() % pieces.size()];
+        }
+        both(content + (random() % 4 != 0 ? "\n" : ""),
+             settings[static_cast<std::size_t>(round) % settings.size()]);
     }
 }
 
 TEST_F(PortKeyLines, PinnedTexts) {
-    EXPECT_EQ(both("# ORV kernel\nORV_LIM_PORT=7869\n#ORV_KD_PORT=1\n\tORV_PEM_PORT = 7871   \nXORV_KD_PORT_OLD=2\r\n"
-                   "# ORV_LIM_PORT ORV_KD_PORT ORV_PEM_PORT\n   \nKEEP=\"a\tb\"  \nNUL=a\0b\ntail   "s, kKernel),
-              "# ORV kernel\nORV_LIM_PORT=40000\nORV_KD_PORT=40001\nORV_PEM_PORT=40002\nORV_KD_PORT=40001\n"
-              "ORV_LIM_PORT=40000\n \nKEEP=\"a b\"\nNUL=a\0b\ntail\n"s);
+    EXPECT_EQ(both("# ORV kernel\nORV_LIM_PORT=7869\n#ORV_KD_PORT=1\n\tORV_PEM_PORT = 7871   \n"
+                   "XORV_KD_PORT_OLD=2\r\n# ORV_LIM_PORT ORV_KD_PORT ORV_PEM_PORT\n   \n"
+                   "KEEP=\"a\tb\"  \nNUL=a\0b\ntail   "s,
+                   kKernel),
+              "# ORV kernel\nORV_LIM_PORT=40000\nORV_KD_PORT=40001\nORV_PEM_PORT=40002\n"
+              "ORV_KD_PORT=40001\nORV_LIM_PORT=40000\n \nKEEP=\"a b\"\nNUL=a\0b\ntail\n"s);
     EXPECT_EQ(both("a \nORV_KD_PORT=1\n", kKernel), "a\nORV_KD_PORT=40001\n");
-    EXPECT_EQ(both("LIM\nM=5\nother\n", {{"LIM", "5"}, {"M=5", "6"}, {"other", "7"}}), "M=5=6\nM=5=6\nother=7\n");
-    EXPECT_EQ(both("A=1\nB=2\n", {{"A", "1\t B"}, {"B", "2 "}}) + both("A=1\nB=2\n", {{"1\nB", "X"}}) + both("A=1\nB=2\n", {{"", "X"}}),
-              "B=2\nB=2\nA=1\nB=2\n=X\n=X\n");
-    std::string many, expected;  // appended piece by piece: g++ 12 at -O3 warns falsely (-Wrestrict) on "B" + string
-    for (int i = 0; i < 300; ++i) many.append("B").append(std::to_string(i)).append("\nA=1\n"), expected.append("B").append(std::to_string(i)).append("\nA=x\n");
+    EXPECT_EQ(both("LIM\nM=5\nother\n", {{"LIM", "5"}, {"M=5", "6"}, {"other", "7"}}),
+              "M=5=6\nM=5=6\nother=7\n");
+    EXPECT_EQ(both("A=1\nB=2\n", {{"A", "1\t B"}, {"B", "2 "}}), "B=2\nB=2\n");
+    EXPECT_EQ(both("A=1\nB=2\n", {{"1\nB", "X"}}), "A=1\nB=2\n");
+    EXPECT_EQ(both("A=1\nB=2\n", {{"", "X"}}), "=X\n=X\n");
+    // appended piece by piece: g++ 12 at -O3 warns falsely (-Wrestrict) on "B" + string
+    std::string many, expected;
+    for (int i = 0; i < 300; ++i) {
+        many.append("B").append(std::to_string(i)).append("\nA=1\n");
+        expected.append("B").append(std::to_string(i)).append("\nA=x\n");
+    }
     EXPECT_EQ(both(many, {{"A", "x"}}), expected);
-    // An unchanged file is not written; a failed ".tmp" write, a missing file and a directory
-    // in its place report every key in turn, as three failing rewrites would.
-    const std::string same = write("same.conf", "ORV_LIM_PORT=40000\nORV_KD_PORT=40001\nORV_PEM_PORT=40002\n");
+}
+
+// An unchanged file is not written; a failed ".tmp" write, a missing file and a directory
+// in its place report every key in turn, as three failing rewrites would.
+TEST_F(PortKeyLines, Failures) {
+    const std::string same =
+        write("same.conf", "ORV_LIM_PORT=40000\nORV_KD_PORT=40001\nORV_PEM_PORT=40002\n");
     const long long before = agedMtime(same);
     EXPECT_EQ(chgKeyLines(same, kKernel), 0);
     EXPECT_EQ(mtimeOf(same), before);
     const auto failed = [](const std::string& how) {
-        return how + "Set ORV_LIM_PORT in 40000 failed.\n" + how + "Set ORV_KD_PORT in 40001 failed.\n" + how + "Set ORV_PEM_PORT in 40002 failed.\n[255]";
+        return how + "Set ORV_LIM_PORT in 40000 failed.\n" + how +
+               "Set ORV_KD_PORT in 40001 failed.\n" + how + "Set ORV_PEM_PORT in 40002 failed.\n";
     };
-    const std::string content = "ORV_LIM_PORT=7869\n" + std::string(3000, '#') + "\nORV_KD_PORT=7870\nORV_PEM_PORT=7871\n";
-    EXPECT_EQ(both(content, kKernel, true, 1000), content);
-    EXPECT_EQ(output, failed("Cannot write file " + path("a/orv.conf") + ".tmp.\n"));
-    ASSERT_EQ(::unlink(path("a/orv.conf").c_str()) + ::mkdir(path("a/orv.conf").c_str(), 0755), 0);
-    EXPECT_EQ(inChild([&] { return chgKeyLines(path("a/orv.conf"), kKernel); }), failed("Cannot open file " + path("a/orv.conf") + ".\n"));
-    const std::string run = inChild([&] { return chgKeyLines(path("none.conf"), kKernel); });
-    EXPECT_EQ(run + std::to_string(exists(path("none.conf"))),
-              failed("Cannot open file " + path("none.conf") + ".\n") + "0");
+    const std::string content =
+        "ORV_LIM_PORT=7869\n" + std::string(3000, '#') + "\nORV_KD_PORT=7870\nORV_PEM_PORT=7871\n";
+    const std::string file = path("a/orv.conf");
+    EXPECT_EQ(both(content, kKernel, 1000), content);
+    EXPECT_RAN(last, failed("Cannot write file " + file + ".tmp.\n"), 255);
+    ASSERT_EQ(::unlink(file.c_str()), 0);
+    ASSERT_EQ(::mkdir(file.c_str(), 0755), 0);
+    EXPECT_RAN(inChild([&] { return chgKeyLines(file, kKernel); }),
+               failed("Cannot open file " + file + ".\n"), 255);
+    const std::string none = path("none.conf");
+    EXPECT_RAN(inChild([&] { return chgKeyLines(none, kKernel); }),
+               failed("Cannot open file " + none + ".\n"), 255);
+    EXPECT_FALSE(exists(none));
 }
 
 }  // namespace

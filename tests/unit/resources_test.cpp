@@ -7,54 +7,102 @@ namespace orv {
 namespace {
 
 using Tags = std::vector<LOCAL_RESOURCE>;
+using Names = std::vector<std::string>;
 
 TEST(Resources, Grammar) {
-    const struct { const char* text; int flag; const char* parsed; } cases[] = {  // the result, then "Name=Value;" per tag
-        {"", 0, "1"}, {"[resource a]", 0, "0resource=a;"}, {"\"[resource a] [resourcemap 4*b]\" # site", 0, "0resource=a;resourcemap=4*b;"},
-        {"[ resource   a ]", 0, "0resource=a;"}, {"[resourcemap anything]", 0, "0resourcemap=anything;"},
-        {"[resource a][resource a]", 0, "0resource=a;resource=a;"}, {"[resource a] [resource b", 0, "0resource=a;"},
-        {"[resource a b]", 0, "-1"}, {"[resource]", 0, "-1"}, {"[]", 0, "-1"}, {"resource a]", 0, "-1"}, {"[resource a", 0, "-1"},
-        {"[resource a]]", 0, "-1"}, {"[resource a] b]", 0, "-1"}, {"[resource\ta]", 0, "-1"}, {"[tag a]", 0, "-1"},
-        {"[Resource a]", 0, "-1"}, {"[tag a]", 1, "0tag=a;"}, {"\"[tag a] [resource b]\"", 1, "0tag=a;resource=b;"}, {"[tag a b]", 1, "-1"},
+    const struct {
+        const char* text;
+        int flag, result;
+        Names tags{};  // "Name=Value" of each tag, when the text parses
+    } rows[] = {
+        {"", 0, 1},
+        {"[resource a]", 0, 0, {"resource=a"}},
+        {"\"[resource a] [resourcemap 4*b]\" # site", 0, 0, {"resource=a", "resourcemap=4*b"}},
+        {"[ resource   a ]", 0, 0, {"resource=a"}},
+        {"[resourcemap anything]", 0, 0, {"resourcemap=anything"}},
+        {"[resource a][resource a]", 0, 0, {"resource=a", "resource=a"}},
+        {"[resource a] [resource b", 0, 0, {"resource=a"}},
+        {"[resource a b]", 0, -1},
+        {"[resource]", 0, -1},
+        {"[]", 0, -1},
+        {"resource a]", 0, -1},
+        {"[resource a", 0, -1},
+        {"[resource a]]", 0, -1},
+        {"[resource a] b]", 0, -1},
+        {"[resource\ta]", 0, -1},
+        {"[tag a]", 0, -1},
+        {"[Resource a]", 0, -1},
+        {"[tag a]", 1, 0, {"tag=a"}},
+        {"\"[tag a] [resource b]\"", 1, 0, {"tag=a", "resource=b"}},
+        {"[tag a b]", 1, -1},
     };
-    for (const auto& c : cases) {
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text + (" with flag " + std::to_string(row.flag)));
         Tags tags{{"resource", "stale"}};
-        std::string got = std::to_string(parseLocalResources(c.text, tags, c.flag));
-        for (const LOCAL_RESOURCE& tag : tags) got += got == "-1" ? "" : tag.Name + "=" + tag.Value + ";";
-        EXPECT_EQ(got, c.parsed) << c.text << " flag " << c.flag;
+        EXPECT_EQ(parseLocalResources(row.text, tags, row.flag), row.result);
+        Names named;
+        for (const LOCAL_RESOURCE& tag : tags) named.push_back(tag.Name + "=" + tag.Value);
+        if (row.result != -1) {
+            EXPECT_EQ(named, row.tags);
+        }
     }
 }
 
 using ResourcesFiles = test::TempDirTest;
 
-TEST_F(ResourcesFiles, MergeAndHarvestingCheck) {
-    const std::string k = "ORV_LOCAL_RESOURCES=";
-    const struct { std::string before, add, after; } merges[] = {
-        {"ORV_WORKDIR=/opt/orv", "[resource scvg]", "ORV_WORKDIR=/opt/orv\n" + k + "\"[resource scvg]\"\n"},
-        {k + "\"[resourcemap 1*b]\"\n", "[resource c] [resourcemap 2*b] [resource c] [resourcemap 1*b]",
-         k + "\"[resourcemap 1*b] [resource c] [resourcemap 2*b] [resource c]\"\n"},
-        {"#" + k + "\"[resource old]\"\n   " + k + "\"[tag x]\"   #  site\n\tK=1\n", "[resource y]",
-         "#" + k + "\"[resource old]\"\n" + k + "\"[tag x] [resource y]\" #  site\nK=1\n"},
+TEST_F(ResourcesFiles, Merge) {
+    const std::string key = "ORV_LOCAL_RESOURCES=";
+    const struct {
+        std::string before, add, after;
+    } rows[] = {
+        {.before = "ORV_WORKDIR=/opt/orv",
+         .add = "[resource scvg]",
+         .after = "ORV_WORKDIR=/opt/orv\n" + key + "\"[resource scvg]\"\n"},
+        {.before = key + "\"[resourcemap 1*b]\"\n",
+         .add = "[resource c] [resourcemap 2*b] [resource c] [resourcemap 1*b]",
+         .after = key + "\"[resourcemap 1*b] [resource c] [resourcemap 2*b] [resource c]\"\n"},
+        {.before = "#" + key + "\"[resource old]\"\n   " + key + "\"[tag x]\"   #  site\n\tK=1\n",
+         .add = "[resource y]",
+         .after =
+             "#" + key + "\"[resource old]\"\n" + key + "\"[tag x] [resource y]\" #  site\nK=1\n"},
     };
-    for (const auto& c : merges) {
-        write("orv.conf", c.before);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.before);
+        write("orv.conf", row.before);
         Tags tags;
-        ASSERT_EQ(parseLocalResources(c.add, tags, 0), 0);
-        EXPECT_EQ(addLocalResources(dir_, tags), 0) << c.before;
-        EXPECT_EQ(read("orv.conf"), c.after);
+        ASSERT_EQ(parseLocalResources(row.add, tags, 0), 0);
+        EXPECT_EQ(addLocalResources(dir_, tags), 0);
+        EXPECT_EQ(read("orv.conf"), row.after);
     }
-    const struct { std::string conf; int result; } checks[] = {{k + "\"[resourcemap 1*x] [resource svrscvg] [resource scvg]\"\n", 2}, {k + "\"[resource scvg]\"\n", 1},
-                  {k + "\"[resource a] [resource vmscvg]\"\n", 3}, {k + "\"[resource SCVG]\"\n", 0}, {k + "\"[resourcemap scvg] [tag scvg]\"\n", 0},
-                  {"#" + k + "\"[resource scvg]\"\n" + k + "\"[resource vmscvg]\"\n", 3}, {"#" + k + "\"[resource scvg]\"\n", 0},
-                  {k + "\n", 0}, {k + "\"[resource a b]\"\n", -1},
-                  {"  # ORV_LOCAL_RESOURCES lists the tags\n" + k + "\"[resource scvg]\"\n", kTagLineWithoutValue}};
-    for (const auto& c : checks) {
-        write("orv.conf", c.conf);
-        EXPECT_EQ(checkScavengingResourceTag(dir_), c.result) << c.conf;
-        EXPECT_EQ(read("orv.conf"), c.conf) << "the check must not write";
+}
+
+TEST_F(ResourcesFiles, HarvestingCheck) {
+    const std::string key = "ORV_LOCAL_RESOURCES=";
+    const struct {
+        std::string conf;
+        int result;
+    } rows[] = {
+        {key + "\"[resourcemap 1*x] [resource svrscvg] [resource scvg]\"\n", 2},
+        {key + "\"[resource scvg]\"\n", 1},
+        {key + "\"[resource a] [resource vmscvg]\"\n", 3},
+        {key + "\"[resource SCVG]\"\n", 0},
+        {key + "\"[resourcemap scvg] [tag scvg]\"\n", 0},
+        {"#" + key + "\"[resource scvg]\"\n" + key + "\"[resource vmscvg]\"\n", 3},
+        {"#" + key + "\"[resource scvg]\"\n", 0},
+        {key + "\n", 0},
+        {key + "\"[resource a b]\"\n", -1},
+        {"  # ORV_LOCAL_RESOURCES lists the tags\n" + key + "\"[resource scvg]\"\n",
+         kTagLineWithoutValue},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.conf);
+        write("orv.conf", row.conf);
+        EXPECT_EQ(checkScavengingResourceTag(dir_), row.result);
+        EXPECT_EQ(read("orv.conf"), row.conf) << "the check must not write";
     }
     ::unlink(path("orv.conf").c_str());
-    EXPECT_EQ(inChild([&] { return checkScavengingResourceTag(dir_); }), "Cannot open the file " + path("orv.conf") + ".\n[255]");
+    EXPECT_RAN(inChild([&] { return checkScavengingResourceTag(dir_); }),
+               "Cannot open the file " + path("orv.conf") + ".\n", 255);
 }
 
 }  // namespace

@@ -9,8 +9,8 @@ short_description: Configure one host of an ORV cluster with orvconfig
 description:
   - Runs one orvconfig subcommand on the managed host. Questions are answered with yes
     (C(-f) is added where the subcommand takes it).
-  - In check mode the subcommand runs with C(--dry-run): every check of the real run, and
-    nothing written. C(changed) is true exactly when a file would change (or changed).
+  - In check mode the subcommand runs with C(--dry-run), which makes every check of the real
+    run and writes nothing. C(changed) is true exactly when a file would change (or changed).
   - With C(--diff), the files changed are returned as before/after texts.
   - The environment of the cluster kernel (C(ORV_CONFDIR), C(ORV_LOCAL_CONFDIR), C(ORV_TOP),
     C(VOS_ENVDIR)) comes from the task's C(environment).
