@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -30,6 +31,24 @@ constexpr std::size_t kMinNamesForWorkers = 32;
 constexpr std::size_t kNamesPerWorker = 4;
 constexpr std::size_t kMaxWorkers = 32;
 
+// A resolver that took this long for a lookup made here is slow: a worker costs less than
+// one lookup, so from two names on each name gets a worker of its own.
+constexpr std::chrono::milliseconds kSlowLookup{5};
+
+bool& resolverIsSlow() {
+    static bool slow = false;
+    return slow;
+}
+
+HostLookup timedLookup(const std::string& name) {
+    const auto start = std::chrono::steady_clock::now();
+    HostLookup answer = lookUpHost(name);
+    if (std::chrono::steady_clock::now() - start >= kSlowLookup) {
+        resolverIsSlow() = true;
+    }
+    return answer;
+}
+
 // The resolver's answers for the rest of the run, keyed by the exact name: a run asks
 // about each distinct name once, however many comparisons it makes.
 std::unordered_map<std::string, HostLookup>& answers() {
@@ -40,7 +59,7 @@ std::unordered_map<std::string, HostLookup>& answers() {
 const HostLookup& resolve(const std::string& name) {
     auto it = answers().find(name);
     if (it == answers().end()) {
-        it = answers().emplace(name, lookUpHost(name)).first;
+        it = answers().emplace(name, timedLookup(name)).first;
     }
     return it->second;
 }
@@ -113,17 +132,19 @@ void resolveAhead(const std::vector<std::string>& names) {
             pending.push_back(name);
         }
     }
-    if (pending.size() < kMinNamesForWorkers) {
+    if (pending.size() < (resolverIsSlow() ? 2 : kMinNamesForWorkers)) {
         return;
     }
     // The first lookup of a run also sets the resolver up (its configuration, a module's
     // tables); made here, that is done once and shared by the workers instead of once
     // in each of them.
     if (answers().empty()) {
-        answers().emplace(pending.front(), lookUpHost(pending.front()));
+        answers().emplace(pending.front(), timedLookup(pending.front()));
         pending.erase(pending.begin());
     }
-    std::size_t workers = std::min(kMaxWorkers, pending.size() / kNamesPerWorker);
+    const std::size_t perWorker = resolverIsSlow() ? 1 : kNamesPerWorker;
+    std::size_t workers =
+        std::min(kMaxWorkers, std::max<std::size_t>(1, pending.size() / perWorker));
     std::vector<std::optional<HostLookup>> got = lookUpInWorkers(pending, workers);
     for (std::size_t i = 0; i < pending.size(); ++i) {
         if (got[i]) {
@@ -146,6 +167,16 @@ void resolveAheadOfScan(const std::string& host, const std::vector<std::string>&
         asked.push_back(host);
     }
     resolveAhead(asked);
+}
+
+std::optional<int> knownComparison(const std::string& a, const std::string& b) {
+    if (a == b) {
+        return 1;
+    }
+    if (answers().count(a) == 0 || answers().count(b) == 0) {
+        return std::nullopt;
+    }
+    return compareHost(a, b);
 }
 
 int checkHostname(const std::string& s) {

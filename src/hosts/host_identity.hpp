@@ -6,6 +6,7 @@
 
 #include <netdb.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,11 @@ void resolveAhead(const std::vector<std::string>& names);
 // the first name equal to `host` as text, so the names after it are left alone.
 void resolveAheadOfScan(const std::string& host, const std::vector<std::string>& names,
                         bool stopsAtHost);
+
+// compareHost of a and b when it needs no lookup (equal as text, or both names looked up
+// already), else nothing: a run that holds a lock decides with this and looks the other
+// names up once the lock is released.
+std::optional<int> knownComparison(const std::string& a, const std::string& b);
 
 // This host's name as gethostname reports it ("" on failure).
 std::string thisHostName();
