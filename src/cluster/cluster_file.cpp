@@ -110,8 +110,9 @@ std::vector<std::string> wordsOfHostLines(const std::string& path) {
 // Rewrites the cluster file; a file that cannot be read, or a ".tmp" that cannot be
 // made, is reported. A failed copy back is silent here (write failures are reported by
 // the rewrite itself).
-int editReporting(const std::string& path, const LineEditor& edit) {
-    RewriteStatus status = rewriteLines(path, edit);
+int editReporting(const std::string& path, const LineEditor& edit,
+                  const LineSelection& lines = {}) {
+    RewriteStatus status = rewriteLines(path, edit, lines);
     if (status == RewriteStatus::ReadFailed || status == RewriteStatus::TmpOpenFailed) {
         alertI18nWithParameter(kCannotOpenFileMessage, path);
     }
@@ -133,7 +134,8 @@ int insertAfterHeader(const std::string& path, const std::string& host) {
     return editReporting(path, edit);
 }
 
-// Adds a host line before every line that closes a host section.
+// Adds a host line before every line that closes a host section; only the lines holding
+// "End" are handed to the editor.
 // (rewriteLines reads the new text back as the file is stored, so the fill blanks at the
 // end of a generated line vanish as they always have.)
 int insertBeforeEnd(const std::string& path, const std::string& entry) {
@@ -144,15 +146,16 @@ int insertBeforeEnd(const std::string& path, const std::string& entry) {
         }
         out += line + "\n";
     };
-    return editReporting(path, edit);
+    return editReporting(path, edit, {.needles = {"End"}});
 }
 
-// The host lines of the section as the promotion sees them: their names and whole lines,
-// and the header. False (nothing read) when the file cannot be read.
+// The host lines of the section as the promotion sees them: their names, their whole lines
+// (unless `lines` is null) and the header. False (nothing read) when the file cannot be
+// read.
 bool readHostLines(const std::string& path, std::vector<std::string>& hosts,
-                   std::vector<std::string>& lines, std::string& header) {
+                   std::vector<std::string>* lines, std::string& header) {
     hosts.clear();
-    lines.clear();
+    if (lines != nullptr) lines->clear();
     header.clear();
     LineReader reader;
     if (!reader.open(path)) {
@@ -179,7 +182,7 @@ bool readHostLines(const std::string& path, std::vector<std::string>& hosts,
             break;
         }
         hosts.push_back(word);
-        lines.push_back(line);
+        if (lines != nullptr) lines->push_back(line);
     }
     return true;
 }
@@ -190,12 +193,13 @@ struct HostLines {
     std::string header;
 };
 
-// The host lines read without a lock and without a message, to look their names up
+// The names of the host lines, read without a lock and without a message, to look them up
 // before the edit (which reads the file again and reports a file it cannot read).
-HostLines hostLinesQuietly(const std::string& path) {
-    HostLines read;
-    readHostLines(path, read.hosts, read.lines, read.header);
-    return read;
+std::vector<std::string> hostNamesQuietly(const std::string& path) {
+    std::vector<std::string> hosts;
+    std::string header;
+    readHostLines(path, hosts, nullptr, header);
+    return hosts;
 }
 
 // Looks the names up (side by side) and tells whether one of them names `host`.
@@ -305,7 +309,7 @@ int getHostListFromCluster(const std::string& dir, std::vector<std::string>& hos
 
 int getHostLineFromCluster(const std::string& path, std::vector<std::string>& hosts,
                            std::vector<std::string>& lines, std::string& header) {
-    if (!readHostLines(path, hosts, lines, header)) {
+    if (!readHostLines(path, hosts, &lines, header)) {
         alertI18nWithParameter(kCannotOpenFileMessage, path);
         return -1;
     }
@@ -330,7 +334,7 @@ int insertClusterShared(const std::string& dir, const std::string& host) {
     if (!path) {
         return -1;
     }
-    resolveAheadOfScan(host, hostLinesQuietly(*path).hosts, true);
+    lookUpScan(host, hostNamesQuietly(*path), true);
     std::vector<std::string> late;
     std::string entry;
     const int result = insertLocked(*path, host, false, late, entry);
@@ -356,7 +360,7 @@ int removeCluster(const std::string& dir, const std::string& host) {
         return -1;
     }
     for (;;) {
-        resolveAheadOfScan(host, wordsOfHostLines(*path), false);
+        lookUpScan(host, wordsOfHostLines(*path), false);
         std::vector<std::string> late;
         HostSection section;
         LineEditor edit = [&](const std::string& line, std::string& out) {

@@ -30,6 +30,11 @@ void resolveAhead(const std::vector<std::string>& names);
 void resolveAheadOfScan(const std::string& host, const std::vector<std::string>& names,
                         bool stopsAtHost);
 
+// Looks up every name that a scan comparing `host` with each of `names` in turn asks
+// about (side by side when there are many), with stopsAtMatch up to the first that names
+// `host`: made before a lock is taken, the scan under the lock then needs no lookup.
+void lookUpScan(const std::string& host, const std::vector<std::string>& names, bool stopsAtMatch);
+
 // compareHost of a and b when it needs no lookup (equal as text, or both names looked up
 // already), else nothing: a run that holds a lock decides with this and looks the other
 // names up once the lock is released.
