@@ -6,6 +6,8 @@
  *   are answered here (canonical <prefix><digits>.lab.local, one IPv4 address made from
  *   the number), so that a fleet or a large cluster needs no entry in the simulation's
  *   hosts table, which holds about a hundred. Every other name goes on to the simulation.
+ * - With ORV_LOOKUP_SWAP_ON=<name>, a lookup of that name first renames ORV_LOOKUP_SWAP_FROM
+ *   to ORV_LOOKUP_SWAP_TO: another run's edit landing while this run looks names up.
  * The result is laid out as the C library's own (one block per entry, the canonical name
  * apart), so freeaddrinfo releases it. */
 #define _GNU_SOURCE
@@ -15,6 +17,7 @@
 #include <errno.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
@@ -71,6 +74,12 @@ int getaddrinfo(const char* node, const char* service, const struct addrinfo* hi
     fn_t next = (fn_t)dlsym(RTLD_NEXT, "getaddrinfo");
     if (node == NULL) return next(node, service, hints, res);
     wait_as_a_name_server();
+    const char* swap_on = getenv("ORV_LOOKUP_SWAP_ON");
+    if (swap_on != NULL && strcmp(node, swap_on) == 0) {
+        const char* from = getenv("ORV_LOOKUP_SWAP_FROM");
+        const char* to = getenv("ORV_LOOKUP_SWAP_TO");
+        if (from != NULL && to != NULL) rename(from, to);
+    }
     long n = service == NULL ? answered_number(node) : -1;
     return n >= 0 ? answer(node, n, hints, res) : next(node, service, hints, res);
 }
