@@ -14,10 +14,11 @@ static void record(const char* function, const char* name) {
     if (fd >= 0) dprintf(fd, "%s %s\n", function, name != NULL ? name : "(null)"), close(fd);
 }
 
-int getaddrinfo(const char* node, const char* service, const struct addrinfo* hints, struct addrinfo** res) {
+int getaddrinfo(const char* node, const char* service, const struct addrinfo* hints,
+                struct addrinfo** res) {
     record("getaddrinfo", node);
-    return ((int (*)(const char*, const char*, const struct addrinfo*, struct addrinfo**))dlsym(RTLD_NEXT, "getaddrinfo"))(
-        node, service, hints, res);
+    return ((int (*)(const char*, const char*, const struct addrinfo*, struct addrinfo**))dlsym(
+        RTLD_NEXT, "getaddrinfo"))(node, service, hints, res);
 }
 
 struct hostent* gethostbyname(const char* name) {

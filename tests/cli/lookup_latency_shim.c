@@ -45,7 +45,8 @@ static long answered_number(const char* node) {
 }
 
 static int answer(const char* node, long n, const struct addrinfo* hints, struct addrinfo** res) {
-    if (hints != NULL && hints->ai_family != AF_UNSPEC && hints->ai_family != AF_INET) return EAI_NONAME;
+    if (hints != NULL && hints->ai_family != AF_UNSPEC && hints->ai_family != AF_INET)
+        return EAI_NONAME;
     struct addrinfo* ai = calloc(1, sizeof *ai + sizeof(struct sockaddr_in));
     if (ai == NULL) return EAI_MEMORY;
     struct sockaddr_in* sin = (struct sockaddr_in*)(ai + 1);
