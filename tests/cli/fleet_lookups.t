@@ -4,7 +4,7 @@ every lookup answered after 100 ms, then instantly. The shim answers the fleet's
 the resolver simulation's table keeps only the fixture's few; where the machine allows it
 the runs have a network namespace of their own, so no lookup can leave it.
 
-  $ . "$TESTDIR/helpers.bash"; command -v clush >/dev/null || exit 80
+  $ . "$TESTDIR/helpers.bash"; command -v clush >/dev/null || skip "ClusterShell (clush) is not installed"
   $ cc -shared -fPIC -o latency.so "$TESTDIR/lookup_latency_shim.c" -ldl || exit 80
   $ ns=(); if unshare -n true 2>/dev/null; then ns=(unshare -n); fi
   $ fixture master; for n in $(seq -w 1 64); do mg_setup_candidate "h$n"; done; wc -l <"$T/nss/hosts"
