@@ -18,7 +18,7 @@ fleet DELAY_US NODES: the promotion of NODES from the master's file alone; print
 time in seconds, then what the runs printed (counted) and the host lines (each once, whole).
 
   $ fleet() { cp master-only "$SCONF/orv.cluster.cluster1"; local t0=$EPOCHREALTIME
-  >   DELAY=$1 "${ns[@]}" clush -R exec -f 64 -w "$2" "$PWD/as %h mghost $SHARE -f" </dev/null; echo "$EPOCHREALTIME - $t0" | bc
+  >   DELAY=$1 "${ns[@]}" clush -R exec -f 64 -w "$2" "$PWD/as %h mghost $SHARE -f" </dev/null; awk -v a="$EPOCHREALTIME" -v b="$t0" 'BEGIN { printf "%.3f\n", a - b }'
   >   cat runs/* | sed -e "s|$T|\$T|g" -e 's/-h[0-9][0-9]/-hNN/g' | sort | uniq -c >>outcomes; rm -f runs/*
   >   sed -n '8,$p' "$SCONF/orv.cluster.cluster1" | sed '$d' | tee lines | sed 's/^h[0-9]*/hNN/' | uniq -c >>outcomes; cut -c1-3 lines | sort -u | wc -l >>outcomes
   >   sed '8,$d' "$SCONF/orv.cluster.cluster1" | cmp - <(sed '8,$d' master-only) && tail -n 1 "$SCONF/orv.cluster.cluster1" >>outcomes; find "$T" -name '*.tmp' >>outcomes; }
@@ -29,7 +29,7 @@ The machine is shared; a pair that misses the bound is measured again, twice at 
 
   $ lone=$(for i in 1 2 3; do fleet 100000 h01; done | sort -n | sed -n 2p)
   $ for attempt in 1 2 3; do : >outcomes; slow=$(fleet 100000 'h[01-64]'); fast=$(fleet 0 'h[01-64]')
-  >   verdict=$(echo "$slow - $fast <= 3 * $lone" | bc); [ "$verdict" = 1 ] && break; done
+  >   verdict=$(awk -v s="$slow" -v f="$fast" -v l="$lone" 'BEGIN { print (s - f <= 3 * l) }'); [ "$verdict" = 1 ] && break; done
   $ [ "$verdict" = 1 ] && echo overlapped || echo "queued: lone $lone s, fleet $slow s at 100 ms, $fast s instantly"
   overlapped
   $ sort outcomes | uniq -c
