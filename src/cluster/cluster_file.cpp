@@ -81,81 +81,6 @@ std::optional<std::string> hostListPath(const std::string& dir) {
     return dir + "/" + names->file;
 }
 
-std::string padded(const std::string& value, std::size_t width) {
-    return value.size() >= width ? value : value + std::string(width - value.size(), ' ');
-}
-
-bool columnIs(const std::string& column, const char* name) {
-    return strcasecmp(column.c_str(), name) == 0;
-}
-
-// A host name fills ten columns; a longer one is followed by a single blank.
-std::string hostField(const std::string& value, std::size_t nameLength) {
-    return nameLength <= 9 ? padded(value, 10) : value + " ";
-}
-
-// Width of a column that keeps its value, or 0 for a column unknown by name.
-std::size_t knownWidth(const std::string& column) {
-    static const struct {
-        const char* name;
-        std::size_t width;
-    } widths[] = {{"model", 9}, {"type", 13}, {"server", 6},   {"r1m", 5},
-                  {"mem", 5},   {"swp", 4},   {"#Keywords", 9}};
-    for (const auto& w : widths) {
-        if (columnIs(column, w.name)) {
-            return w.width;
-        }
-    }
-    return 0;
-}
-
-std::string newField(const std::string& column, const std::string& host, const std::string& type,
-                     const std::string& resources) {
-    if (columnIs(column, "HOSTNAME")) {
-        return hostField(host, host.size());
-    }
-    if (columnIs(column, "RESOURCES")) {
-        return padded(resources, 14);
-    }
-    if (columnIs(column, "type")) {
-        return padded(type, 13);
-    }
-    const char* value = columnIs(column, "model")       ? "!"
-                        : columnIs(column, "server")    ? "1"
-                        : columnIs(column, "#Keywords") ? ""
-                                                        : "-";
-    std::size_t width = knownWidth(column);
-    return padded(value, width == 0 ? 4 : width);
-}
-
-// A field of a re-made line: known columns keep their value, unknown ones become "-".
-std::string keptField(const std::string& column, const std::string& value, std::size_t hostLength) {
-    if (columnIs(column, "HOSTNAME")) {
-        return hostField(value, hostLength);
-    }
-    std::size_t width = knownWidth(column);
-    return width == 0 ? padded("-", 4) : padded(value, width);
-}
-
-// The resources field of a promoted host: "mg" put first inside the parentheses unless
-// the field already mentions it. A list written with blanks was split into several
-// values, so it is joined back first.
-int promotedResources(const std::vector<std::string>& values, std::size_t index, std::string& out) {
-    std::string value = values[index];
-    if (!contains(value, ")")) {
-        for (std::size_t k = index + 1; k < values.size(); ++k) {
-            value += " " + values[k];
-        }
-    }
-    std::size_t close = value.rfind(')');
-    if (close == std::string::npos) {
-        return -1;
-    }
-    std::string names = close > 1 ? value.substr(1, close - 1) : std::string();
-    out += contains(value, "mg") ? "(" + names + ")" : "(mg " + names + ")";
-    return 0;
-}
-
 // The first words of the host lines that removeCluster compares with its host, read
 // beforehand (without a message: the rewrite reports a file it cannot read) so that
 // their lookups can be made side by side. Only a hint for the lookups: unlike the edit,
@@ -185,8 +110,9 @@ std::vector<std::string> wordsOfHostLines(const std::string& path) {
 // Rewrites the cluster file; a file that cannot be read, or a ".tmp" that cannot be
 // made, is reported. A failed copy back is silent here (write failures are reported by
 // the rewrite itself).
-int editReporting(const std::string& path, const LineEditor& edit) {
-    RewriteStatus status = rewriteLines(path, edit);
+int editReporting(const std::string& path, const LineEditor& edit,
+                  const LineSelection& lines = {}) {
+    RewriteStatus status = rewriteLines(path, edit, lines);
     if (status == RewriteStatus::ReadFailed || status == RewriteStatus::TmpOpenFailed) {
         alertI18nWithParameter(kCannotOpenFileMessage, path);
     }
@@ -208,7 +134,8 @@ int insertAfterHeader(const std::string& path, const std::string& host) {
     return editReporting(path, edit);
 }
 
-// Adds a host line before every line that closes a host section.
+// Adds a host line before every line that closes a host section; only the lines holding
+// "End" are handed to the editor.
 // (rewriteLines reads the new text back as the file is stored, so the fill blanks at the
 // end of a generated line vanish as they always have.)
 int insertBeforeEnd(const std::string& path, const std::string& entry) {
@@ -219,7 +146,137 @@ int insertBeforeEnd(const std::string& path, const std::string& entry) {
         }
         out += line + "\n";
     };
-    return editReporting(path, edit);
+    return editReporting(path, edit, {.needles = {"End"}});
+}
+
+// The host lines of the section as the promotion sees them: their names, their whole lines
+// (unless `lines` is null) and the header. False (nothing read) when the file cannot be
+// read.
+bool readHostLines(const std::string& path, std::vector<std::string>& hosts,
+                   std::vector<std::string>* lines, std::string& header) {
+    hosts.clear();
+    if (lines != nullptr) lines->clear();
+    header.clear();
+    LineReader reader;
+    if (!reader.open(path)) {
+        return false;
+    }
+    HostSection section;
+    int lineCount = 0;
+    std::string line;
+    while (getNextLineD_(reader, lineCount, 0, line)) {
+        bool hostLine =
+            section.inHostLines() && !HostSection::isStart(line) && !HostSection::isEnd(line);
+        if (!hostLine) {
+            if (section.advance(line)) {
+                header = line;
+            }
+            continue;
+        }
+        if (!line.empty() && line[0] == '#') {
+            continue;
+        }
+        std::string word = firstWord(line);
+        // An empty line ends the host lines for this reader; hosts below it are not seen.
+        if (word.empty()) {
+            break;
+        }
+        hosts.push_back(word);
+        if (lines != nullptr) lines->push_back(line);
+    }
+    return true;
+}
+
+struct HostLines {
+    std::vector<std::string> hosts;
+    std::vector<std::string> lines;
+    std::string header;
+};
+
+// The names of the host lines, read without a lock and without a message, to look them up
+// before the edit (which reads the file again and reports a file it cannot read).
+std::vector<std::string> hostNamesQuietly(const std::string& path) {
+    std::vector<std::string> hosts;
+    std::string header;
+    readHostLines(path, hosts, nullptr, header);
+    return hosts;
+}
+
+// Looks the names up (side by side) and tells whether one of them names `host`.
+bool namesHostAmong(const std::string& host, std::vector<std::string> names) {
+    names.push_back(host);
+    resolveAhead(names);
+    names.pop_back();
+    for (const std::string& name : names) {
+        if (compareHost(host, name) == 1) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The promotion's edit, under the file's lock: the first line of `host` is marked as a
+// management host's, or, when none is, a line is added (`entry`) before the end of the
+// section. With lookUp false, no name is looked up here: a name not looked up yet is taken
+// for another host's and handed back in `late`, unless it comes before this host's own
+// line, when the names are looked up after all (a line added above the host's own).
+int insertLocked(const std::string& path, const std::string& host, bool lookUp,
+                 std::vector<std::string>& late, std::string& entry) {
+    const FileLock lock(path);
+    HostLines read;
+    if (getHostLineFromCluster(path, read.hosts, read.lines, read.header) == -1) {
+        return -1;
+    }
+    for (std::size_t i = 0; i < read.hosts.size(); ++i) {
+        std::optional<int> same =
+            lookUp ? compareHost(host, read.hosts[i]) : knownComparison(host, read.hosts[i]);
+        if (!same) {
+            late.push_back(read.hosts[i]);
+            continue;
+        }
+        if (*same != 1) {
+            continue;
+        }
+        if (!late.empty()) {
+            late.clear();
+            return insertLocked(path, host, true, late, entry);
+        }
+        // A line that cannot be re-made is left as it is; the host is still a member.
+        std::string remade;
+        if (changeHostEntry(read.header, read.lines[i], read.hosts[i], remade) == 0) {
+            replaceString(path, read.lines[i], remade);
+        }
+        return 1;
+    }
+    // Without a header there is no way to lay out a new line.
+    if (read.header.empty()) {
+        return -1;
+    }
+    generateHostEntry(read.header, host, "!", "(linux mg)", entry);
+    return insertBeforeEnd(path, entry);
+}
+
+// Removes the lines that insertBeforeEnd added with `entry`: each stands just above a line
+// that closes a host section.
+int dropAddedLine(const std::string& path, const std::string& entry) {
+    std::string added = entry;
+    added.erase(added.find_last_not_of(' ') + 1);
+    std::optional<std::string> held;
+    LineEditor edit = [&](const std::string& line, std::string& out) {
+        if (held && !HostSection::isEnd(line)) {
+            out += *held + "\n";
+        }
+        held.reset();
+        if (line == added) {
+            held = line;
+            return;
+        }
+        out += line + "\n";
+    };
+    const auto finish = [&](std::string& out) {
+        if (held) out += *held + "\n";
+    };
+    return rewriteLines(path, edit, {}, finish) == RewriteStatus::Ok ? 1 : -1;
 }
 
 }  // namespace
@@ -252,36 +309,9 @@ int getHostListFromCluster(const std::string& dir, std::vector<std::string>& hos
 
 int getHostLineFromCluster(const std::string& path, std::vector<std::string>& hosts,
                            std::vector<std::string>& lines, std::string& header) {
-    hosts.clear();
-    lines.clear();
-    header.clear();
-    LineReader reader;
-    if (!reader.open(path)) {
+    if (!readHostLines(path, hosts, &lines, header)) {
         alertI18nWithParameter(kCannotOpenFileMessage, path);
         return -1;
-    }
-    HostSection section;
-    int lineCount = 0;
-    std::string line;
-    while (getNextLineD_(reader, lineCount, 0, line)) {
-        bool hostLine =
-            section.inHostLines() && !HostSection::isStart(line) && !HostSection::isEnd(line);
-        if (!hostLine) {
-            if (section.advance(line)) {
-                header = line;
-            }
-            continue;
-        }
-        if (!line.empty() && line[0] == '#') {
-            continue;
-        }
-        std::string word = firstWord(line);
-        // An empty line ends the host lines for this reader; hosts below it are not seen.
-        if (word.empty()) {
-            break;
-        }
-        hosts.push_back(word);
-        lines.push_back(line);
     }
     return 1;
 }
@@ -294,89 +324,68 @@ int insertCluster(const std::string& dir, const std::string& host) {
     return insertAfterHeader(*path, host);
 }
 
+// The names are looked up before the file is locked, so that runs promoting many hosts at
+// once never wait on the resolver for one another; under the lock the file is read again
+// and a line that another run added meanwhile is taken for another host. Once the lock is
+// released those late names are looked up too, and should one of them name this host after
+// all, the file is put as a run coming after that other run would have left it.
 int insertClusterShared(const std::string& dir, const std::string& host) {
     std::optional<std::string> path = clusterFilePath(dir);
     if (!path) {
         return -1;
     }
-    // The host lines are read and the file rewritten under one lock: a host promoted at the
-    // same moment by another run is neither lost nor added twice.
-    const FileLock lock(*path);
-    std::vector<std::string> hosts;
-    std::vector<std::string> lines;
-    std::string header;
-    if (getHostLineFromCluster(*path, hosts, lines, header) == -1) {
-        return -1;
-    }
-    resolveAheadOfScan(host, hosts, ScanEnd::AtHost);
-    for (std::size_t i = 0; i < hosts.size(); ++i) {
-        if (compareHost(host, hosts[i]) != 1) {
-            continue;
-        }
-        // A line that cannot be re-made is left as it is; the host is still a member.
-        std::string remade;
-        if (changeHostEntry(header, lines[i], hosts[i], remade) == 0) {
-            replaceString(*path, lines[i], remade);
-        }
-        return 1;
-    }
-    // Without a header there is no way to lay out a new line.
-    if (header.empty()) {
-        return -1;
-    }
+    lookUpScan(host, hostNamesQuietly(*path), ScanEnd::AtHost);
+    std::vector<std::string> late;
     std::string entry;
-    generateHostEntry(header, host, "!", "(linux mg)", entry);
-    return insertBeforeEnd(*path, entry);
+    const int result = insertLocked(*path, host, false, late, entry);
+    if (result != 1 || late.empty() || !namesHostAmong(host, late)) {
+        return result;
+    }
+    // The other run's line is this host's: the line added here goes, and that one is
+    // marked instead.
+    const FileLock lock(*path);
+    if (dropAddedLine(*path, entry) != 1) {
+        return -1;
+    }
+    late.clear();
+    return insertLocked(*path, host, true, late, entry);
 }
 
+// Looked up before the lock, as for insertClusterShared; a line added by another run
+// meanwhile is kept under the lock and, should its name turn out to be this host's once
+// looked up, removed by a further pass.
 int removeCluster(const std::string& dir, const std::string& host) {
     std::optional<std::string> path = clusterFilePath(dir);
     if (!path) {
         return -1;
     }
-    resolveAheadOfScan(host, wordsOfHostLines(*path), ScanEnd::AtLastName);
-    HostSection section;
-    LineEditor edit = [&](const std::string& line, std::string& out) {
-        if (section.inHostLines() && !line.empty() && line[0] != '#') {
-            std::string word = firstWord(line);
-            // Every line of the host goes, also one written under another form of its name.
-            if (!word.empty() && compareHost(word, host) == 1) {
-                return;
+    for (;;) {
+        lookUpScan(host, wordsOfHostLines(*path), ScanEnd::AtLastName);
+        std::vector<std::string> late;
+        HostSection section;
+        LineEditor edit = [&](const std::string& line, std::string& out) {
+            if (section.inHostLines() && !line.empty() && line[0] != '#') {
+                std::string word = firstWord(line);
+                // Every line of the host goes, also one written under another form of its
+                // name.
+                const std::optional<int> same =
+                    word.empty() ? std::optional<int>(0) : knownComparison(word, host);
+                if (!same) {
+                    late.push_back(word);
+                } else if (*same == 1) {
+                    return;
+                }
             }
+            section.advance(line);
+            out += line + "\n";
+        };
+        if (rewriteLines(*path, edit) != RewriteStatus::Ok) {
+            return -1;
         }
-        section.advance(line);
-        out += line + "\n";
-    };
-    return rewriteLines(*path, edit) == RewriteStatus::Ok ? 1 : -1;
-}
-
-int generateHostEntry(const std::string& header, const std::string& host, const std::string& type,
-                      const std::string& resources, std::string& out) {
-    out.clear();
-    std::vector<std::string> columns;
-    tokenize(header, columns, kColumnSeparators);
-    for (const std::string& column : columns) {
-        out += newField(column, host, type, resources);
-    }
-    return 0;
-}
-
-int changeHostEntry(const std::string& header, const std::string& line, const std::string& host,
-                    std::string& out) {
-    std::vector<std::string> columns;
-    std::vector<std::string> values;
-    tokenize(header, columns, kColumnSeparators);
-    tokenize(line, values, kColumnSeparators);
-    if (values.size() + 1 < columns.size()) {
-        return -1;
-    }
-    for (std::size_t i = 0; i < columns.size() && i < values.size(); ++i) {
-        if (columnIs(columns[i], "RESOURCES")) {
-            return promotedResources(values, i, out);
+        if (late.empty() || !namesHostAmong(host, late)) {
+            return 1;
         }
-        out += keptField(columns[i], values[i], host.size());
     }
-    return 0;
 }
 
 }  // namespace orv

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "cluster/host_entry.hpp"
+
 namespace orv {
 
 int getHostListFromCluster(const std::string& dir, std::vector<std::string>& hosts);
@@ -12,9 +14,5 @@ int getHostLineFromCluster(const std::string& path, std::vector<std::string>& ho
 int insertCluster(const std::string& dir, const std::string& host);
 int insertClusterShared(const std::string& dir, const std::string& host);
 int removeCluster(const std::string& dir, const std::string& host);
-int generateHostEntry(const std::string& header, const std::string& host, const std::string& type,
-                      const std::string& resources, std::string& out);
-int changeHostEntry(const std::string& header, const std::string& line, const std::string& host,
-                    std::string& out);
 
 }  // namespace orv

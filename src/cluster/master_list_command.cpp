@@ -14,6 +14,7 @@
 #include "context/run_context.hpp"
 #include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
+#include "storage/file_store.hpp"
 #include "text/line_reader.hpp"
 #include "text/rewrite.hpp"
 #include "text/strings.hpp"
@@ -106,19 +107,47 @@ int checkAllManagementHosts(const std::string& dir, const std::vector<std::strin
 }
 
 // A new master must already be a candidate: the daemons only hand over mastership to
-// hosts that were configured as candidates when ORV last started.
-int checkFirstIsCandidate(const std::string& dir, const std::string& first) {
+// hosts that were configured as candidates when ORV last started. 1 when it is, -1 (after
+// the message) when not; with lookUp false no name is looked up, and nothing is returned
+// when the answer needs a name not looked up yet.
+std::optional<int> checkFirstIsCandidate(const std::string& dir, const std::string& first,
+                                         bool lookUp) {
     std::vector<std::string> current;
     if (getMasterListFromConf(dir, current, 1) == -1) {
         return -1;
     }
     for (const std::string& entry : current) {
-        if (compareHost(first, entry) == 1) {
+        const std::optional<int> same =
+            lookUp ? compareHost(first, entry) : knownComparison(first, entry);
+        if (!same) {
+            return std::nullopt;
+        }
+        if (*same == 1) {
             return 1;
         }
     }
     alertI18n(kNewMasterMessage);
     return -1;
+}
+
+// Writes the new list when its first host is a candidate of the list in orv.conf. The list
+// is read again under the lock of orv.conf, held until the new list is written, and the
+// names it is checked against are looked up before the lock is taken (again, with the
+// lock let go, should the list have changed meanwhile to one with a name not looked up).
+int writeIfFirstIsCandidate(const std::string& dir, const std::string& confPath,
+                            const std::string& first, const std::string& line) {
+    for (;;) {
+        if (checkFirstIsCandidate(dir, first, true) == -1) {
+            return -1;
+        }
+        const FileLock lock(confPath);
+        const std::optional<int> candidate = checkFirstIsCandidate(dir, first, false);
+        if (!candidate) {
+            continue;
+        }
+        // Every line holding the key becomes the new line, a commented example included.
+        return *candidate == 1 && replaceString(confPath, kMasterListKey, line) >= 0 ? 1 : -1;
+    }
 }
 
 struct RecordedModes {
@@ -173,14 +202,11 @@ int replaceMasterList(const std::string& dir, const std::string& confPath,
         return -1;
     }
     if (checkNewNamesValid(names) == -1 || checkNoDuplicates(names) == -1 ||
-        checkAllManagementHosts(dir, names) == -1 || checkFirstIsCandidate(dir, names[0]) == -1) {
+        checkAllManagementHosts(dir, names) == -1) {
         return -1;
     }
-    // Every line holding the key becomes the new line, a commented example included.
-    if (replaceString(confPath, kMasterListKey, masterListLine(kMasterListKey, newList)) < 0) {
-        return -1;
-    }
-    return 1;
+    return writeIfFirstIsCandidate(dir, confPath, names[0],
+                                   masterListLine(kMasterListKey, newList));
 }
 
 int orvconfig_setmasterlist(const std::string& masterlist) {

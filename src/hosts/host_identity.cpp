@@ -9,9 +9,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -24,11 +26,34 @@ namespace {
 
 // Below this many names a scan looks them up one after another: starting workers costs
 // more than it saves. Above it, every worker takes at least kNamesPerWorker names, and at
-// most kMaxWorkers lookups are in flight (with a name server 1 ms away, 10,000 names take
-// about 0.3 s of waiting; see docs/PERFORMANCE.md for 16 against 32).
+// most kMaxWorkers lookups are in flight: with a name server 1 ms away, 50,000 names take
+// about 0.25 s of waiting (1.6 s with 32 workers, 0.45 s with 128; see
+// docs/PERFORMANCE.md).
 constexpr std::size_t kMinNamesForWorkers = 32;
 constexpr std::size_t kNamesPerWorker = 4;
-constexpr std::size_t kMaxWorkers = 32;
+constexpr std::size_t kMaxWorkers = 256;
+
+// A resolver that took this long for a lookup made here is slow: a worker then costs less
+// than one lookup, so names are looked up side by side from a few on, a few per worker.
+// (Not one each: with many runs at once on few cores, the processes' own cost adds up;
+// 64 runs promoting at once with 100 ms lookups took half again the processor time of the
+// same runs with an instant resolver at one name per worker, and the same at three.)
+constexpr std::chrono::milliseconds kSlowLookup{5};
+constexpr std::size_t kNamesPerWorkerWhenSlow = 3;
+
+bool& resolverIsSlow() {
+    static bool slow = false;
+    return slow;
+}
+
+HostLookup timedLookup(const std::string& name) {
+    const auto start = std::chrono::steady_clock::now();
+    HostLookup answer = lookUpHost(name);
+    if (std::chrono::steady_clock::now() - start >= kSlowLookup) {
+        resolverIsSlow() = true;
+    }
+    return answer;
+}
 
 // The resolver's answers for the rest of the run, keyed by the exact name: a run asks
 // about each distinct name once, however many comparisons it makes.
@@ -40,7 +65,7 @@ std::unordered_map<std::string, HostLookup>& answers() {
 const HostLookup& resolve(const std::string& name) {
     auto it = answers().find(name);
     if (it == answers().end()) {
-        it = answers().emplace(name, lookUpHost(name)).first;
+        it = answers().emplace(name, timedLookup(name)).first;
     }
     return it->second;
 }
@@ -105,47 +130,95 @@ int compareHost(const std::string& a, const std::string& b) {
     return equalHost_(first, second);
 }
 
-void resolveAhead(const std::vector<std::string>& names) {
-    std::vector<std::string> pending;  // distinct names not asked about yet, in order
-    std::unordered_set<std::string> seen;
-    for (const std::string& name : names) {
-        if (answers().count(name) == 0 && seen.insert(name).second) {
-            pending.push_back(name);
+namespace {
+
+// The distinct names not looked up yet, in order, gathered one by one (without copying the
+// names already known or seen: a scan may hand over 50,000).
+class PendingNames {
+  public:
+    explicit PendingNames(std::size_t expected) { seen_.reserve(expected); }
+    void add(const std::string& name) {
+        if (answers().count(name) == 0 && seen_.insert(name).second) {
+            pending_.push_back(name);
         }
     }
-    if (pending.size() < kMinNamesForWorkers) {
+    // Looks them up, side by side when there are enough of them; otherwise they are looked
+    // up when first compared.
+    void resolve();
+
+  private:
+    std::unordered_set<std::string_view> seen_;
+    std::vector<std::string> pending_;
+};
+
+void PendingNames::resolve() {
+    std::vector<std::string>& pending = pending_;
+    if (pending.size() <= (resolverIsSlow() ? kNamesPerWorkerWhenSlow : kMinNamesForWorkers - 1)) {
         return;
     }
     // The first lookup of a run also sets the resolver up (its configuration, a module's
     // tables); made here, that is done once and shared by the workers instead of once
     // in each of them.
     if (answers().empty()) {
-        answers().emplace(pending.front(), lookUpHost(pending.front()));
+        answers().emplace(pending.front(), timedLookup(pending.front()));
         pending.erase(pending.begin());
     }
-    std::size_t workers = std::min(kMaxWorkers, pending.size() / kNamesPerWorker);
+    const std::size_t perWorker = resolverIsSlow() ? kNamesPerWorkerWhenSlow : kNamesPerWorker;
+    std::size_t workers = std::min(kMaxWorkers, (pending.size() + perWorker - 1) / perWorker);
     std::vector<std::optional<HostLookup>> got = lookUpInWorkers(pending, workers);
+    answers().reserve(answers().size() + pending.size());
     for (std::size_t i = 0; i < pending.size(); ++i) {
         if (got[i]) {
-            answers().emplace(pending[i], std::move(*got[i]));
+            answers().emplace(std::move(pending[i]), std::move(*got[i]));
         }
     }
 }
 
+}  // namespace
+
+void resolveAhead(const std::vector<std::string>& names) {
+    PendingNames pending(names.size());
+    for (const std::string& name : names) {
+        pending.add(name);
+    }
+    pending.resolve();
+}
+
 void resolveAheadOfScan(const std::string& host, const std::vector<std::string>& names,
                         ScanEnd end) {
-    std::vector<std::string> asked;
+    PendingNames pending(names.size() + 1);
+    bool any = false;
     for (const std::string& name : names) {
         if (name == host) {
             if (end == ScanEnd::AtHost) break;
             continue;
         }
-        asked.push_back(name);
+        pending.add(name);
+        any = true;
     }
-    if (!asked.empty()) {
-        asked.push_back(host);
+    if (any) {
+        pending.add(host);
     }
-    resolveAhead(asked);
+    pending.resolve();
+}
+
+void lookUpScan(const std::string& host, const std::vector<std::string>& names, ScanEnd end) {
+    resolveAheadOfScan(host, names, end);
+    for (const std::string& name : names) {
+        if (compareHost(host, name) == 1 && end == ScanEnd::AtHost) {
+            return;
+        }
+    }
+}
+
+std::optional<int> knownComparison(const std::string& a, const std::string& b) {
+    if (a == b) {
+        return 1;
+    }
+    if (answers().count(a) == 0 || answers().count(b) == 0) {
+        return std::nullopt;
+    }
+    return compareHost(a, b);
 }
 
 int checkHostname(const std::string& s) {

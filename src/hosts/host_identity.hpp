@@ -6,6 +6,7 @@
 
 #include <netdb.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,16 @@ void resolveAhead(const std::vector<std::string>& names);
 enum class ScanEnd { AtHost, AtLastName };
 void resolveAheadOfScan(const std::string& host, const std::vector<std::string>& names,
                         ScanEnd end);
+
+// Looks up every name that a scan comparing `host` with each of `names` in turn asks
+// about (side by side when there are many), with ScanEnd::AtHost up to the first that
+// names `host`: made before a lock is taken, the scan under the lock then needs no lookup.
+void lookUpScan(const std::string& host, const std::vector<std::string>& names, ScanEnd end);
+
+// compareHost of a and b when it needs no lookup (equal as text, or both names looked up
+// already), else nothing: a run that holds a lock decides with this and looks the other
+// names up once the lock is released.
+std::optional<int> knownComparison(const std::string& a, const std::string& b);
 
 // This host's name as gethostname reports it ("" on failure).
 std::string thisHostName();

@@ -65,14 +65,20 @@ std::string parentOf(const std::string& path) {
 // The new master list: one step per entry, counted in a signed 8-bit counter as the
 // list format always has been. The walk stops advancing at this host, so later entries
 // are dropped and each remaining step adds a lone ",". A list of more than 127 entries
-// makes the step count wrap, and the list written is then shorter or empty.
-std::string rebuildMasterList(const std::vector<std::string>& list, const std::string& host) {
+// makes the step count wrap, and the list written is then shorter or empty. With lookUp
+// false no name is looked up: nothing is returned when the walk meets a name not looked
+// up yet.
+std::optional<std::string> rebuildMasterList(const std::vector<std::string>& list,
+                                             const std::string& host, bool lookUp) {
     std::string result;
     const auto steps = static_cast<std::int8_t>(list.size());
     std::size_t entry = 0;
     for (std::int8_t step = 0; step < steps; ++step) {
         if (!result.empty()) result += ",";
-        if (compareHost(list[entry], host) != 1) result += list[entry++];
+        const std::optional<int> same =
+            lookUp ? compareHost(list[entry], host) : knownComparison(list[entry], host);
+        if (!same) return std::nullopt;
+        if (*same != 1) result += list[entry++];
     }
     return result;
 }
@@ -152,28 +158,35 @@ int applyEdits(const std::vector<Edit>& edits) {
     return 1;
 }
 
-// The shared master list without this host. The list is read again under the lock of the
-// shared orv.conf, which is held until the new list is written: hosts leaving at the same
-// moment each remove themselves without putting back another. (The first reading, before
-// the question, decides whether to go on; it is kept when the file cannot be read again.)
-std::string sharedListWithout(const DemoteDirs& d, std::vector<std::string> list,
+// Writes the shared master list without this host. The list is read again under the lock
+// of the shared orv.conf, which is held until the new list is written: hosts leaving at the
+// same moment each remove themselves without putting back another. The names the new list
+// depends on are looked up before the lock is taken; should the list have changed
+// meanwhile to one with a name not looked up yet, the lock is let go while it is. (The
+// first reading, before the question, is kept when the file cannot be read again.)
+// Returns the line written.
+std::string rewriteSharedList(const DemoteDirs& d, std::vector<std::string> list,
                               const std::string& host) {
-    std::vector<std::string> current;
-    if (getMasterListFromConf(d.shared, current, 0) >= 0) list = current;
-    std::string masterList;
-    convertMasterListFormat(rebuildMasterList(list, host), masterList);
-    return masterList;
+    const std::string conf = d.shared + "/orv.conf";
+    for (;;) {
+        (void)rebuildMasterList(list, host, true);
+        const FileLock lock(conf);
+        std::vector<std::string> current;
+        if (getMasterListFromConf(d.shared, current, 0) >= 0) list = current;
+        const std::optional<std::string> rebuilt = rebuildMasterList(list, host, false);
+        if (!rebuilt) continue;
+        std::string masterList;
+        convertMasterListFormat(*rebuilt, masterList);
+        std::string line = "ORV_MASTER_LIST=" + masterList;
+        replaceString(conf, "ORV_MASTER_LIST", line);
+        return line;
+    }
 }
 
 // Edits the files; the master-list rows never fail the demotion.
 int rewriteFiles(const DemoteDirs& d, const std::vector<std::string>& list,
                  const std::string& host) {
-    std::string line;
-    {
-        const FileLock lock(d.shared + "/orv.conf");
-        line = "ORV_MASTER_LIST=" + sharedListWithout(d, list, host);
-        replaceString(d.shared + "/orv.conf", "ORV_MASTER_LIST", line);
-    }
+    const std::string line = rewriteSharedList(d, list, host);
     std::vector<Edit> edits = environmentEdits(d);
     edits.push_back({d.local + "/orv.conf", "ORV_MASTER_LIST", line, nullptr, nullptr});
     return applyEdits(edits);
