@@ -1,6 +1,7 @@
 // Identity and membership: the cluster's name and file, the master list, and on a host
 // that reads a shared directory, its line there, its environment scripts and the
 // management hosts' resource group; and this host's resource tags.
+#include <algorithm>
 #include <cstdlib>
 #include <unordered_set>
 
@@ -31,6 +32,23 @@ std::string joined(const std::vector<std::string>& names) {
     std::string out;
     for (const std::string& n : names) out += (out.empty() ? "" : " ") + n;
     return out;
+}
+
+// The names the checks will compare, to be looked up side by side beforehand: the master
+// list and this host, the host lines up to the one that holds this host's name as text
+// (the scans for this host stop there), and every host line when a candidate is not
+// written in the cluster file as it is (its scan compares it with each).
+std::vector<std::string> namesCompared(const CheckContext& c) {
+    std::vector<std::string> names = c.masterList;
+    names.push_back(c.thisHost);
+    const std::unordered_set<std::string> listed(c.clusterHosts.begin(), c.clusterHosts.end());
+    const bool everyLine = std::any_of(c.masterList.begin(), c.masterList.end(),
+                                       [&](const std::string& n) { return listed.count(n) == 0; });
+    for (const std::string& host : c.clusterHosts) {
+        if (!everyLine && host == c.thisHost) break;
+        names.push_back(host);
+    }
+    return names;
 }
 
 std::string roleOf(const CheckContext& c) {
@@ -193,11 +211,7 @@ void checkMasterList(FileChecker& files, Report& report, CheckContext& c) {
     std::vector<NumberedLine> lines;
     if (text) lines = linesHolding(*text, kMasterListKey);
     const bool read = text && getMasterListFromConf(c.confDir, c.masterList, 0) == 1;
-    // Every name the checks compare is looked up once, side by side.
-    std::vector<std::string> names = c.masterList;
-    names.insert(names.end(), c.clusterHosts.begin(), c.clusterHosts.end());
-    names.push_back(c.thisHost);
-    resolveAhead(names);
+    resolveAhead(namesCompared(c));
     c.role = roleOf(c);
     if (!text) return;
     const int line = lines.empty() ? 0 : lines.front().line;

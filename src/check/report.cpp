@@ -44,7 +44,10 @@ std::string Report::text(const std::string& role, const std::string& cluster) co
     std::string out;
     for (const Finding& f : findings_) {
         out += f.path;
-        if (f.line > 0) out += ":" + std::to_string(f.line);
+        if (f.line > 0) {
+            out += ':';
+            out += std::to_string(f.line);
+        }
         out += f.error ? ": error: " : ": warning: ";
         out += f.text + "\n";
     }
