@@ -120,8 +120,8 @@ void FileChecker::fileWarnings(const std::string& path, FileKind kind, const std
     if (info.editor == nullptr) return;
     if (pathKind(tmpPathOf(path)) != PathKind::Absent) {
         report_.warning(tmpPathOf(path), 0, "file.leftover-tmp",
-                        std::string("left by a failed run of ") + info.editor +
-                            " or another edit: its new text was never installed in " + path);
+                        "a failed edit left it: its new text was never installed in " + path +
+                            ", which " + info.editor + " rewrites");
     }
     std::vector<std::string> keys;
     for (const EditedKey& k : info.keys) keys.emplace_back(k.key);
