@@ -74,7 +74,7 @@ std::string keyName(const std::string& key) {
 std::optional<std::string> FileChecker::read(const std::string& path, FileKind kind,
                                              bool required) {
     if (failed_.count(path) != 0) return std::nullopt;
-    const std::optional<std::string> text = readChecked(path, required);
+    std::optional<std::string> text = readChecked(path, required);
     if (!text) {
         failed_.insert(path);
         return std::nullopt;

@@ -138,6 +138,7 @@ class PortEditor {
     // Several keys of one file, in one rewrite of it where that gives the same text.
     void setKeyLines(const std::string& file, const std::vector<PortKey>& keys) {
         std::vector<PortSetting> settings;
+        settings.reserve(keys.size());
         for (const PortKey& k : keys) {
             settings.push_back({k.key, std::to_string(base_ + k.offset)});
         }
