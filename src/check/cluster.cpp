@@ -7,6 +7,7 @@
 
 #include "check/check_parts.hpp"
 #include "cluster/cluster_file.hpp"
+#include "cluster/master_list_command.hpp"
 #include "context/cluster_identity.hpp"
 #include "context/environment.hpp"
 #include "hosts/host_identity.hpp"
@@ -51,11 +52,13 @@ std::vector<std::string> namesCompared(const CheckContext& c) {
     return names;
 }
 
+// The role as the subcommands decide it; the list is known to be readable and not empty
+// before the master list's own questions are asked (they print otherwise).
 std::string roleOf(const CheckContext& c) {
-    if (!c.masterList.empty() && compareHost(c.masterList.front(), c.thisHost) == 1) {
-        return "master host";
+    if (!c.masterList.empty()) {
+        if (checkMaster(c.confDir, 0) == 1) return "master host";
+        if (checkMasterList(c.confDir) == 1) return "master candidate";
     }
-    if (anyMatches(c.thisHost, c.masterList)) return "master candidate";
     if (anyMatches(c.thisHost, c.clusterHosts)) return "management host";
     return "compute host";
 }
@@ -82,7 +85,7 @@ void checkCandidates(Report& r, const CheckContext& c, const std::string& path, 
     if (c.role == "compute host" || !c.clusterFileRead) return;
     const std::unordered_set<std::string> listed(c.clusterHosts.begin(), c.clusterHosts.end());
     for (const std::string& name : list) {
-        if (listed.count(name) == 0 && !anyMatches(name, c.clusterHosts)) {
+        if (!isManagementHost(name, c.clusterHosts, listed)) {
             r.error(path, line, "masterlist.not-management-host",
                     "master candidate " + name + " is not a management host of " + c.clusterFile);
         }
