@@ -6,7 +6,7 @@
 #include "preview/dry_run.hpp"
 #include "storage/file_store.hpp"
 
-// The dispatcher's -1 becomes exit status 255.
+// The dispatcher's -1 becomes exit status 255; check's 1 (errors found) stays 1.
 int main(int argc, char** argv) {
     // Past the file-size limit a write must fail and be reported, not kill the process
     // between the two passes of an edit.
@@ -27,6 +27,8 @@ int main(int argc, char** argv) {
         orv::alertI18n(orv::kCommandFailedMessage);
     }
     orv::printDryRunReport();
+    // A check that found errors ends with status 1, its findings printed.
+    if (result == 1 && !orv::anyWriteFailed()) return 1;
     // A file that could not be written fails the run, also where a command goes on past
     // the failed edit.
     return result == 0 && !orv::anyWriteFailed() ? 0 : 255;

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "check/check.hpp"
 #include "cli/usage.hpp"
 #include "cluster/join.hpp"
 #include "cluster/master_list_command.hpp"
@@ -43,6 +44,8 @@ struct Subcommand {
     bool force;  // a trailing "-f" is accepted: every confirmation is answered yes
     Result (*run)(const Operands& operands);
     SuccessLine success = {};
+    // The run's result is the exit status (check: 1 when it found errors).
+    bool statusFromResult = false;
 };
 
 Result hdfsPort(const Operands& operands) {
@@ -107,6 +110,17 @@ const Subcommand kSubcommands[] = {
      .force = false,
      .run = addResourceTags,
      .success = {.text = "Add resource tag successfully."}},
+    {.word = "check",
+     .usage = UsageText::Check,
+     .minOperands = 0,
+     .maxOperands = 1,
+     .force = false,
+     .run = [](const Operands& o) -> Result {
+         if (o.empty()) return orvconfig_check(false);
+         if (o[0] == "--json") return orvconfig_check(true);
+         return std::nullopt;
+     },
+     .statusFromResult = true},
 };
 
 // The operands of a command line, or nothing when their number is wrong or a trailing word
@@ -132,6 +146,7 @@ int runSubcommand(const Subcommand& sub, int argc, char** argv) {
         alertI18n(kCommandFailedMessage);
         return -1;
     }
+    if (sub.statusFromResult) return *ret;
     const SuccessLine& line = sub.success;
     if (line.text != nullptr && (!line.onlyFor || *ret == *line.onlyFor)) {
         alertI18nWithParameter(line.text, operands.empty() ? std::string() : operands[0]);

@@ -130,6 +130,8 @@ const char* singleLine(UsageText text) {
                    "value*resource_name] ...\"\n";
         case UsageText::Hovhdfsport:
             return "Usage: %s hovhdfsport <show|set> <port>\n";
+        case UsageText::Check:
+            return "Usage: %s check [--json]\n";
         case UsageText::Full:
         case UsageText::Mghost:
             break;

@@ -14,6 +14,7 @@ enum class UsageText {
     Unsetmghost = 9,
     Addresourceattr = 10,
     Hovhdfsport = 12,
+    Check = 20,
 };
 
 // Prints an empty line, then the usage text.

@@ -71,16 +71,22 @@ std::string keptField(const std::string& column, const std::string& value, std::
     return width == 0 ? padded("-", 4) : padded(value, width);
 }
 
-// The resources field of a promoted host: "mg" put first inside the parentheses unless
-// the field already mentions it. A list written with blanks was split into several
-// values, so it is joined back first.
-int promotedResources(const std::vector<std::string>& values, std::size_t index, std::string& out) {
+// The resources field of a host line: a list written with blanks was split into several
+// values, so it is joined back.
+std::string resourcesValue(const std::vector<std::string>& values, std::size_t index) {
     std::string value = values[index];
     if (!contains(value, ")")) {
         for (std::size_t k = index + 1; k < values.size(); ++k) {
             value += " " + values[k];
         }
     }
+    return value;
+}
+
+// The resources field of a promoted host: "mg" put first inside the parentheses unless
+// the field already mentions it.
+int promotedResources(const std::vector<std::string>& values, std::size_t index, std::string& out) {
+    const std::string value = resourcesValue(values, index);
     std::size_t close = value.rfind(')');
     if (close == std::string::npos) {
         return -1;
@@ -101,6 +107,19 @@ int generateHostEntry(const std::string& header, const std::string& host, const 
         out += newField(column, host, type, resources);
     }
     return 0;
+}
+
+bool marksManagementHost(const std::string& header, const std::string& line) {
+    std::vector<std::string> columns;
+    std::vector<std::string> values;
+    tokenize(header, columns, kColumnSeparators);
+    tokenize(line, values, kColumnSeparators);
+    for (std::size_t i = 0; i < columns.size() && i < values.size(); ++i) {
+        if (!columnIs(columns[i], "RESOURCES")) continue;
+        const std::string value = resourcesValue(values, i);
+        return contains(value, ")") && contains(value, "mg");
+    }
+    return false;
 }
 
 int changeHostEntry(const std::string& header, const std::string& line, const std::string& host,

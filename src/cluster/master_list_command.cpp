@@ -98,7 +98,7 @@ int checkAllManagementHosts(const std::string& dir, const std::vector<std::strin
         resolveAhead(toResolve);
     }
     for (const std::string& name : names) {
-        if (listed.count(name) == 0 && !anyHostMatches(name, clusterHosts)) {
+        if (!isManagementHost(name, clusterHosts, listed)) {
             alertI18nWithParameter(kNotManagementHostMessage, name);
             return -1;
         }
@@ -186,6 +186,11 @@ void mirrorIntoVosConf(const std::string& vosEnvDir, const std::string& newList,
 }
 
 }  // namespace
+
+bool isManagementHost(const std::string& name, const std::vector<std::string>& hosts,
+                      const std::unordered_set<std::string>& listed) {
+    return listed.count(name) != 0 || anyHostMatches(name, hosts);
+}
 
 int replaceMasterList(const std::string& dir, const std::string& confPath,
                       const std::string& newList) {

@@ -136,6 +136,16 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
     return -1;
 }
 
+std::optional<std::vector<std::string>> clusterAdministrators(const std::string& file) {
+    LineReader in;
+    if (!in.open(file)) {
+        return std::nullopt;
+    }
+    std::vector<std::string> admins;
+    tokenize(readAdministrators(in), admins, " ");
+    return admins;
+}
+
 std::string clusterFileName(const std::string& clusterName) {
     return "orv.cluster." + clusterName;
 }

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace orv {
 
@@ -19,6 +20,10 @@ int getCurrentUser(std::string& username);
 // 1 if currentuser is listed as an administrator in confdir/clusterfile, -1 otherwise
 // (with its message). Null confdir or clusterfile gives -1.
 int checkExecuteUser(const char* confdir, const char* clusterfile, const std::string& currentuser);
+
+// The user names of the Administrators line of a cluster file, read as checkExecuteUser
+// reads them (empty when there is none); nullopt when the file cannot be read.
+std::optional<std::vector<std::string>> clusterAdministrators(const std::string& file);
 
 // 0 if the batch product's configuration (vosEnvDir/vos.conf, VOS_ORV_ENVDIR) points at
 // this cluster; 1 otherwise.

@@ -120,14 +120,15 @@ void appendPerfEdits(const std::string& top, std::vector<Edit>& edits) {
 
 // The edits between the two master-list rows, in the order they are made.
 std::vector<Edit> environmentEdits(const DemoteDirs& d) {
-    std::string cshrc = d.local + "/cshrc.orv";
-    std::string profile = d.local + "/profile.orv";
+    std::string cshrc = d.local + "/" + kCshrcOrv;
+    std::string profile = d.local + "/" + kProfileOrv;
     std::vector<Edit> edits = {
-        {cshrc, "setenv ORV_CONFDIR", "setenv ORV_CONFDIR $ORV_TOP/kernel/conf", "ORV_CONFDIR",
-         "cshrc.orv"},
+        {cshrc, kCshrcConfDirLine, std::string(kCshrcConfDirLine) + " $ORV_TOP/kernel/conf",
+         "ORV_CONFDIR", "cshrc.orv"},
         {cshrc, "setenv ORV_OSRVDIR", "setenv ORV_OSRVDIR $ORV_TOP/oservice", "ORV_OSRVDIR",
          "cshrc.orv"},
-        {profile, "ORV_CONFDIR=", "ORV_CONFDIR=$ORV_TOP/kernel/conf", "ORV_CONFDIR", "profile.orv"},
+        {profile, kProfileConfDirLine, std::string(kProfileConfDirLine) + "$ORV_TOP/kernel/conf",
+         "ORV_CONFDIR", "profile.orv"},
         {profile, "ORV_OSRVDIR=", "ORV_OSRVDIR=$ORV_TOP/oservice", "ORV_OSRVDIR", "profile.orv"},
     };
     appendVosEdits(d.shared, edits);

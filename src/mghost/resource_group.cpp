@@ -12,16 +12,13 @@ namespace orv {
 
 namespace {
 
-constexpr const char* kRequirementLine =
-    "        <ResourceRequirement>select(mg)</ResourceRequirement>";
-
 // The state of the walk through the file.
 struct GroupEdit {
     bool inGroup = false;
     bool inList = false;
 
     void operator()(const std::string& line, std::string& out) {
-        if (contains(line, "<ResourceGroup") && contains(line, "ManagementHosts")) inGroup = true;
+        if (opensManagementHostsGroup(line)) inGroup = true;
         if (inGroup) {
             // The opening tag is tested first: a list written on one line is dropped and
             // gets no requirement line. Kept as this edit has always behaved.
@@ -44,6 +41,10 @@ struct GroupEdit {
 };
 
 }  // namespace
+
+bool opensManagementHostsGroup(const std::string& line) {
+    return contains(line, "<ResourceGroup") && contains(line, "ManagementHosts");
+}
 
 int updateResourceGroup(const std::string& path) {
     GroupEdit edit;

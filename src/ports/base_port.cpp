@@ -50,15 +50,6 @@ constexpr std::array<std::string_view, 7> kXmlKeys = {"OSC_PORT",
 constexpr int kPortsWithSd = 7;
 constexpr int kPortsWithoutSd = 5;
 
-bool isXmlKey(const std::string& key) {
-    for (std::string_view k : kXmlKeys) {
-        if (key == k) {
-            return true;
-        }
-    }
-    return false;
-}
-
 bool isDirectory(const std::string& path) {
     struct stat st {};
     return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
@@ -136,15 +127,6 @@ bool hasSdProfile(const std::string& dir) {
     return pathExists(services + "/sd.xml") || pathExists(services + "/SD.xml");
 }
 
-// One side of the port edit: the directory whose files are edited, the top under which
-// the batch product's vos.conf lives (none: skipped) and the directory whose services
-// hold the mrss.xml profile that this side edits.
-struct PortSide {
-    std::string confDir;
-    std::optional<std::string> top;
-    std::string mrssConfDir;
-};
-
 class PortEditor {
   public:
     explicit PortEditor(int base) : base_(base) {}
@@ -153,25 +135,14 @@ class PortEditor {
     void set(const std::string& file, const char* key, int offset) {
         result_ |= chgPorts(file, key, std::to_string(base_ + offset));
     }
-    void setIfExists(const std::string& file, const char* key, int offset) {
-        if (pathExists(file)) {
-            set(file, key, offset);
-        }
-    }
     // Several keys of one file, in one rewrite of it where that gives the same text.
-    void setKeyLines(const std::string& file,
-                     std::initializer_list<std::pair<const char*, int>> keys) {
+    void setKeyLines(const std::string& file, const std::vector<PortKey>& keys) {
         std::vector<PortSetting> settings;
-        for (const auto& [key, offset] : keys) {
-            settings.push_back({key, std::to_string(base_ + offset)});
+        settings.reserve(keys.size());
+        for (const PortKey& k : keys) {
+            settings.push_back({k.key, std::to_string(base_ + k.offset)});
         }
         result_ |= chgKeyLines(file, settings);
-    }
-    void setKeyLinesIfExists(const std::string& file,
-                             std::initializer_list<std::pair<const char*, int>> keys) {
-        if (pathExists(file)) {
-            setKeyLines(file, keys);
-        }
     }
 
   private:
@@ -179,53 +150,72 @@ class PortEditor {
     int result_ = 0;
 };
 
-void editKeyFiles(PortEditor& ed, const PortSide& side) {
-    const std::string orvConf = side.confDir + "/orv.conf";
-    ed.setKeyLines(orvConf, {{"ORV_LIM_PORT", 0}, {"ORV_KD_PORT", 1}, {"ORV_PEM_PORT", 2}});
-    if (side.top) {
-        // The batch product's directory has always been named with a backslash here;
-        // the form is kept so that existing installations keep being found.
-        const std::string vosConf = *side.top + "\\conf" + "/vos.conf";
-        ed.setIfExists(vosConf, "VOS_LIM_PORT", 0);
-    }
-}
-
-void editServiceProfiles(PortEditor& ed, const PortSide& side) {
-    const std::string services = servicesDirOf(side.confDir);
-    ed.setIfExists(side.confDir + "/../../oservice/osc/conf/orvsc_conf.xml", "OSC_PORT", 3);
-    ed.setIfExists(side.confDir + "/../oservice/osc/conf/orvsc_conf.xml", "OSC_PORT", 3);
-    for (const char* name : {"/sd.xml", "/SD.xml"}) {
-        ed.setKeyLinesIfExists(services + name, {{"SD_SDK_PORT", 5}, {"SD_ADMIN_PORT", 6}});
-    }
-    ed.setIfExists(services + "/rs.xml", "REPOSITORY_SERVICE_PORT", 4);
-    const std::string mrss = servicesDirOf(side.mrssConfDir) + "/mrss.xml";
-    ed.setKeyLinesIfExists(
-        mrss, {{"HOV_MRSS_SHUFFLE_CLIENT_PORT", 10}, {"HOV_MRSS_SHUFFLE_DATA_WRITE_PORT", 11}});
-}
-
 int editPortSide(int base, const PortSide& side) {
     PortEditor ed(base);
-    editKeyFiles(ed, side);
-    editServiceProfiles(ed, side);
+    for (const PortFile& f : portFilesOf(side)) {
+        if (!f.always && !pathExists(f.path)) continue;
+        if (f.keys.size() == 1) {
+            ed.set(f.path, f.keys[0].key, f.keys[0].offset);
+        } else {
+            ed.setKeyLines(f.path, f.keys);
+        }
+    }
     return ed.result();
-}
-
-std::optional<std::string> optionalDir(const char* dir) {
-    return dir == nullptr ? std::nullopt : std::optional<std::string>(dir);
 }
 
 // Moves every port of both sides: on a host with a shared configuration directory the
 // shared files first (their failures are reported but do not fail the command, since
-// another management host may own them), then always the local ones. The local side's
-// mrss.xml is taken from ORV_CONFDIR, where the shuffle service's profile is kept.
+// another management host may own them), then always the local ones.
 int editAllPorts(int base, const std::string& confDir, const std::string& localDir, bool shared) {
+    const std::vector<PortSide> sides = portSides(confDir, localDir, shared);
     if (shared) {
-        (void)editPortSide(base, {confDir, optionalDir(getInstallTop()), confDir});
+        (void)editPortSide(base, sides.front());
     }
-    return editPortSide(base, {localDir, getShareTop(), confDir});
+    return editPortSide(base, sides.back());
 }
 
 }  // namespace
+
+bool isXmlPortKey(std::string_view key) {
+    return std::find(kXmlKeys.begin(), kXmlKeys.end(), key) != kXmlKeys.end();
+}
+
+std::vector<PortFile> portFilesOf(const PortSide& side) {
+    const std::string services = servicesDirOf(side.confDir);
+    std::vector<PortFile> files = {{side.confDir + "/orv.conf",
+                                    {{"ORV_LIM_PORT", 0}, {"ORV_KD_PORT", 1}, {"ORV_PEM_PORT", 2}},
+                                    true}};
+    if (side.top) {
+        // The batch product's directory has always been named with a backslash here;
+        // the form is kept so that existing installations keep being found.
+        files.push_back({*side.top + "\\conf" + "/vos.conf", {{"VOS_LIM_PORT", 0}}});
+    }
+    files.push_back({side.confDir + "/../../oservice/osc/conf/orvsc_conf.xml", {{"OSC_PORT", 3}}});
+    files.push_back({side.confDir + "/../oservice/osc/conf/orvsc_conf.xml", {{"OSC_PORT", 3}}});
+    for (const char* name : {"/sd.xml", "/SD.xml"}) {
+        files.push_back({services + name, {{"SD_SDK_PORT", 5}, {"SD_ADMIN_PORT", 6}}});
+    }
+    files.push_back({services + "/rs.xml", {{"REPOSITORY_SERVICE_PORT", 4}}});
+    files.push_back(
+        {servicesDirOf(side.mrssConfDir) + "/mrss.xml",
+         {{"HOV_MRSS_SHUFFLE_CLIENT_PORT", 10}, {"HOV_MRSS_SHUFFLE_DATA_WRITE_PORT", 11}}});
+    return files;
+}
+
+std::vector<PortSide> portSides(const std::string& confDir, const std::string& localDir,
+                                bool shared) {
+    std::vector<PortSide> sides;
+    if (shared) {
+        const char* installTop = getInstallTop();
+        std::optional<std::string> top;
+        if (installTop != nullptr) top = installTop;
+        sides.push_back({confDir, top, confDir});
+    }
+    // The local side's mrss.xml is taken from ORV_CONFDIR, where the shuffle service's
+    // profile is kept.
+    sides.push_back({localDir, getShareTop(), confDir});
+    return sides;
+}
 
 bool isAllDigits(std::string_view text) {
     for (char c : text) {
@@ -266,7 +256,7 @@ std::string servicesDirOf(const std::string& confDir) {
 int chgPorts(const std::string& file, const std::string& key, const std::string& value) {
     const std::string line = key + "=" + value;
     const int rc =
-        isXmlKey(key) ? replaceValueInXML(file, key, value) : replaceString(file, key, line);
+        isXmlPortKey(key) ? replaceValueInXML(file, key, value) : replaceString(file, key, line);
     if (rc == -1) {
         alertI18nWithTwoParameters(kSetFailed, key, value);
         return -1;
@@ -275,7 +265,7 @@ int chgPorts(const std::string& file, const std::string& key, const std::string&
 }
 
 int chgKeyLines(const std::string& file, const std::vector<PortSetting>& settings) {
-    const bool xml = !settings.empty() && isXmlKey(settings[0].key);
+    const bool xml = !settings.empty() && isXmlPortKey(settings[0].key);
     std::vector<std::pair<std::string, std::string>> edits;
     edits.reserve(settings.size());
     for (const PortSetting& s : settings) {

@@ -49,6 +49,37 @@ int portTextToInt(std::string_view text);
 // configuration directory.
 std::string servicesDirOf(const std::string& confDir);
 
+// True for the port keys kept as element text of an XML profile; the others are key lines.
+bool isXmlPortKey(std::string_view key);
+
+// The port table: each file a side of setbaseport edits, in the order it edits them, with
+// its keys and their offsets from the base port. Every file but orv.conf is edited only
+// where it exists.
+struct PortKey {
+    const char* key;
+    int offset;
+};
+struct PortFile {
+    std::string path;
+    std::vector<PortKey> keys;
+    bool always = false;
+};
+
+// One side of the port edit: the directory whose files are edited, the top under which
+// the batch product's vos.conf lives (none: no vos.conf) and the directory whose services
+// hold the mrss.xml profile that this side edits.
+struct PortSide {
+    std::string confDir;
+    std::optional<std::string> top;
+    std::string mrssConfDir;
+};
+std::vector<PortFile> portFilesOf(const PortSide& side);
+
+// The sides setbaseport edits, in its order: the shared one (on a host that uses a shared
+// configuration directory), then the local one.
+std::vector<PortSide> portSides(const std::string& confDir, const std::string& localDir,
+                                bool shared);
+
 // The port numbers a service may be given.
 inline constexpr int kLowestPort = 1025;
 inline constexpr int kHighestPort = 65535;

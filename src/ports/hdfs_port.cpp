@@ -13,7 +13,7 @@ namespace orv {
 
 namespace {
 
-constexpr const char* kHdfsKey = "HOV_HDFS_PORT";
+constexpr const char* kHdfsKey = kHdfsPortKey;
 constexpr const char* kCannotGetPort =
     "Cannot get HDFS service port number (HOV_HDFS_PORT). Check the NameNode profile "
     "(namenode.xml) for HDFS service port number.";
@@ -26,14 +26,10 @@ constexpr const char* kInvalidPort =
 constexpr const char* kPortChanged =
     "Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is %s.";
 
-constexpr const char* kProfiles[] = {"/namenode.xml", "/secondarynode.xml", "/datanode.xml"};
-
 // Sets the port in each HDFS profile of one configuration directory that exists.
 int setProfilesIn(const std::string& dir, const std::string& port) {
-    const std::string services = servicesDirOf(dir);
     int result = 0;
-    for (const char* name : kProfiles) {
-        const std::string file = services + name;
+    for (const std::string& file : hdfsProfilesOf(dir)) {
         if (pathExists(file)) {
             result |= chgPorts(file, kHdfsKey, port);
         }
@@ -42,6 +38,12 @@ int setProfilesIn(const std::string& dir, const std::string& port) {
 }
 
 }  // namespace
+
+std::vector<std::string> hdfsProfilesOf(const std::string& dir) {
+    const std::string services = servicesDirOf(dir);
+    return {services + "/namenode.xml", services + "/secondarynode.xml",
+            services + "/datanode.xml"};
+}
 
 int getPorts(const std::string& file, const std::string& key) {
     if (key != kHdfsKey) {
@@ -66,7 +68,7 @@ int orvconfig_showhovhdfsport() {
         return -1;
     }
     // A host on a shared directory reads the profile that the cluster shares.
-    const std::string namenode = servicesDirOf(same == 0 ? confDir : localDir) + kProfiles[0];
+    const std::string namenode = hdfsProfilesOf(same == 0 ? confDir : localDir).front();
     int port = 0;
     if (pathExists(namenode)) {
         port = getPorts(namenode, kHdfsKey);

@@ -2,8 +2,15 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace orv {
+
+inline constexpr const char* kHdfsPortKey = "HOV_HDFS_PORT";
+
+// The HDFS service profiles of a configuration directory: NameNode, secondary node,
+// DataNode, in the order they are edited.
+std::vector<std::string> hdfsProfilesOf(const std::string& dir);
 
 int getPorts(const std::string& file, const std::string& key);
 int orvconfig_showhovhdfsport();

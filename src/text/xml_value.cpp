@@ -1,5 +1,6 @@
 #include "text/xml_value.hpp"
 
+#include <algorithm>
 #include <string_view>
 
 #include "console/messages.hpp"
@@ -181,6 +182,27 @@ std::optional<std::string> getValueInXML(const std::string& file, const std::str
         if (close == line.size()) break;
     }
     return result;
+}
+
+}  // namespace orv
+
+namespace orv {
+
+std::vector<XmlValueLine> valuesInXML(std::string_view text, const std::string& tag) {
+    std::vector<XmlValueLine> found;
+    LineReader in(text);
+    int lineCount = 0;
+    std::string line;
+    for (int number = 1; getNextLineD_(in, lineCount, 0, line); number = lineCount + 1) {
+        std::size_t start = 0;
+        if (!findTag(line, tag, start)) continue;
+        const std::size_t open = findOr(line, '>', start);
+        const std::size_t close = open == line.size() ? open : findOr(line, '<', open);
+        const std::size_t from = std::min(open + 1, line.size());
+        found.push_back({number, line.substr(from, close - from), close == line.size()});
+        if (found.back().runsOn) break;
+    }
+    return found;
 }
 
 }  // namespace orv

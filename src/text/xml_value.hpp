@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -20,5 +21,16 @@ std::size_t replaceValuesInXML(const std::string& file,
 
 // Value text of the last matching line; "" when none; nullopt when the file cannot be opened.
 std::optional<std::string> getValueInXML(const std::string& file, const std::string& tag);
+
+// Where a setting stands in the text of a profile, line by line as the editors find it:
+// each line holding the setting (1-based), its value text, and whether the value runs
+// past its line (an edit then drops the text below up to the closing tag). The lines
+// below a value that runs on are not looked at.
+struct XmlValueLine {
+    int line;
+    std::string value;
+    bool runsOn;
+};
+std::vector<XmlValueLine> valuesInXML(std::string_view text, const std::string& tag);
 
 }  // namespace orv

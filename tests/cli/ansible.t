@@ -38,3 +38,18 @@ The diffs shown: the tag line added on each compute host, the new ports on the m
   hostA changed=1 failed=0 hostB changed=1 failed=0 hostC changed=1 failed=0
   ORV_LOCAL_RESOURCES="[resource scvg]"
   hostA changed=0 failed=0 hostB changed=0 failed=0 hostC changed=0 failed=0
+
+subcommand check: never changed, failed where there are errors, the findings returned as data
+(hostA, the master, lists no management host; hostB and hostC are healthy compute hosts).
+
+  $ sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostA"/' host?/t/top/kernel/conf/orv.conf; state >before
+  $ printf '%s\n' '- hosts: cluster' '  gather_facts: false' '  environment: "{{ orv_env }}"' '  tasks:' \
+  >   "    - orvconfig: {subcommand: check, binary: \"{{ lookup('env', 'ORVCONFIG') }}\"}" '      register: r' '      ignore_errors: true' \
+  >   '    - debug: {msg: "{{ r.role }} {{ r.counts.errors }} {{ r.counts.warnings }} {{ r.findings | map(attribute=\"code\") | join(\",\") }}"}' >check.yml
+  $ ansible-playbook -i inventory.yml check.yml >out; grep -o '"msg": "[^"]*"' out | sort; state | cmp - before
+  >   sed -n 's/^\(host[A-C]\) *: .* changed=\([0-9]*\) .* failed=\([0-9]*\) .* ignored=\([0-9]*\).*/\1 changed=\2 failed=\3 ignored=\4/p' out | paste -sd' '
+  "msg": "compute host 0 0 "
+  "msg": "compute host 0 0 "
+  "msg": "master host 1 0 masterlist.not-management-host"
+  "msg": "orvconfig check found errors (1)"
+  hostA changed=0 failed=0 ignored=1 hostB changed=0 failed=0 ignored=0 hostC changed=0 failed=0 ignored=0

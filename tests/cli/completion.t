@@ -10,10 +10,10 @@ readline calls it, the words below at each position ("row: offered").
   >   _orvconfig orvconfig "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD-1]}" || echo "status $?"
   >   ((${#COMPREPLY[@]} == 0)) || printf "%s\n" "${COMPREPLY[@]}" | LC_ALL=C sort | paste -sd";"' bash "$W" "$S" "$@"; }
   $ rows() { local r; for r; do eval "set -- $r"; echo "$r: $(c "$@" | sed "s|$W|\$W|g")"; done; }
-  $ [ "$(c '')" = "$("$ORVCONFIG" -h | sed -n 's/^   \([a-z][a-z]*\).*/\1/p' | LC_ALL=C sort -u | paste -sd';')" ] && echo "the words of -h"
-  the words of -h
+  $ [ "$(c '')" = "$({ "$ORVCONFIG" -h | sed -n 's/^   \([a-z][a-z]*\).*/\1/p'; echo check; } | LC_ALL=C sort -u | paste -sd';')" ] && echo "the words of -h and check"
+  the words of -h and check
   $ rows "''" m - '--dry-run hovhdfsport s' x "mghost ''" 'mghost k' 'mghost "$W/share/"' 'mghost /share ""' 'mghost /share -f ""'
-  '': addresourceattr;hovhdfsport;join;masterlist;mghost;setbaseport;unsetmghost
+  '': addresourceattr;check;hovhdfsport;join;masterlist;mghost;setbaseport;unsetmghost
   m: masterlist;mghost
   -: --dry-run;-V;-h
   --dry-run hovhdfsport s: set;show
@@ -30,8 +30,10 @@ readline calls it, the words below at each position ("row: offered").
   masterlist hostA,hostB '': -f
   join host: hostA;hostA.lab.local;hostB;hostB.lab.local;hostC
   join hostA -: -f
-  $ rows "unsetmghost ''" "unsetmghost -f ''" "setbaseport ''" "addresourceattr '[resource scvg]' ''"
+  $ rows "unsetmghost ''" "unsetmghost -f ''" "setbaseport ''" "addresourceattr '[resource scvg]' ''" "check ''" "check --json ''"
   unsetmghost '': -f
   unsetmghost -f '': 
   setbaseport '': 
   addresourceattr '[resource scvg]' '': 
+  check '': --json
+  check --json '': 

@@ -65,6 +65,7 @@ directories:
   returned: always
 """
 
+import json
 import os
 import re
 
@@ -143,18 +144,36 @@ def read_text(path):
         return ""
 
 
+def check_host(module, binary):
+    """orvconfig check: never changed, failed when it found errors, its findings as data."""
+    rc, out, err = module.run_command([binary, "check", "--json"])
+    try:
+        report = json.loads(out)
+    except ValueError:
+        module.fail_json(msg=(out + err).strip(), rc=rc, changed=False)
+    # (a top-level "warnings" would be taken for the module's own warnings)
+    result = dict(changed=False, rc=rc, role=report["role"], cluster=report["cluster"],
+                  counts=dict(errors=report["errors"], warnings=report["warnings"]),
+                  findings=report["findings"])
+    if rc != 0:
+        module.fail_json(msg="orvconfig check found errors (%d)" % report["errors"], **result)
+    module.exit_json(**result)
+
+
 def main():
     module = AnsibleModule(
         argument_spec=dict(
             subcommand=dict(type="str", required=True,
                             choices=["masterlist", "join", "mghost", "unsetmghost", "setbaseport",
-                                     "hovhdfsport", "addresourceattr"]),
+                                     "hovhdfsport", "addresourceattr", "check"]),
             args=dict(type="list", elements="str", default=[]),
             binary=dict(type="str", default="orvconfig"),
         ),
         supports_check_mode=True,
     )
     p = module.params
+    if p["subcommand"] == "check":
+        check_host(module, p["binary"])
     command = [p["binary"], p["subcommand"]] + p["args"]
     if p["subcommand"] in TAKES_FORCE:
         command.append("-f")
