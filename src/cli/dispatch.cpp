@@ -1,5 +1,6 @@
 #include "cli/dispatch.hpp"
 
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,7 +10,10 @@
 #include "cluster/join.hpp"
 #include "cluster/master_list_command.hpp"
 #include "console/messages.hpp"
+#include "context/cluster_identity.hpp"
+#include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
+#include "journal/journal_store.hpp"
 #include "mghost/demote.hpp"
 #include "mghost/promote.hpp"
 #include "ports/base_port.hpp"
@@ -139,6 +143,32 @@ int runSubcommand(const Subcommand& sub, int argc, char** argv) {
     return 0;
 }
 
+// A word as a shell would need it to be typed again.
+std::string shellWord(std::string_view word) {
+    if (!word.empty() && word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                                "0123456789@%+=:,./_-") == std::string_view::npos) {
+        return std::string(word);
+    }
+    std::string quoted = "'";
+    for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+bool dryRun = false;
+
+// Every run of a subcommand but a dry run is journaled: who runs what, from here.
+void beginRunJournal(int argc, char** argv) {
+    if (dryRun) return;
+    RunInfo info;
+    info.host = thisHostName();
+    getCurrentUser(info.user);
+    const char* sudoUser = std::getenv("SUDO_USER");
+    info.sudoUser = sudoUser != nullptr ? sudoUser : "";
+    info.command = "orvconfig";
+    for (int i = 1; i < argc; ++i) info.command += " " + shellWord(argv[i]);
+    beginJournal(info);
+}
+
 void illegalOption(const char* arg) {
     alertI18nWithParameter("orvconfig: Illegal option -%s", arg);
     usage(UsageText::Full);
@@ -165,6 +195,7 @@ int orvconfigMain(int argc, char** argv) {
     // overlay that main reports at the end).
     if (argc > 2 && std::string_view(argv[1]) == "--dry-run") {
         beginDryRun();
+        dryRun = true;
         silent = 1;
         argv[1] = argv[0];
         return orvconfigMain(argc - 1, argv + 1);
@@ -178,6 +209,7 @@ int orvconfigMain(int argc, char** argv) {
     }
     for (const Subcommand& sub : kSubcommands) {
         if (argv[1] == sub.word) {
+            beginRunJournal(argc, argv);
             const int ret = runSubcommand(sub, argc, argv);
             flushOutput();
             return ret;
