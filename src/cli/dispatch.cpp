@@ -12,6 +12,8 @@
 #include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
 #include "hosts/host_identity.hpp"
+#include "history/history.hpp"
+#include "history/undo.hpp"
 #include "hosts/master_list.hpp"
 #include "journal/journal_store.hpp"
 #include "mghost/demote.hpp"
@@ -59,6 +61,20 @@ Result addResourceTags(const Operands& operands) {
     std::vector<LOCAL_RESOURCE> tags;
     if (parseLocalResources(operands[0], tags, 0) != 0) return std::nullopt;
     return orvconfig_addresourcetag(tags);
+}
+
+std::optional<std::string> optionalOperand(const Operands& operands) {
+    return operands.empty() ? std::nullopt : std::optional<std::string>(operands[0]);
+}
+
+// "undo -f" as well as "undo ID -f": the id is optional, the "-f" may stand alone.
+Result undoRun(const Operands& operands) {
+    if (operands.size() == 1 && operands[0] == "-f") {
+        silent = 1;
+        return orvconfig_undo(std::nullopt);
+    }
+    if (!operands.empty() && operands[0].starts_with("-")) return std::nullopt;
+    return orvconfig_undo(optionalOperand(operands));
 }
 
 // Matched in this order, each by its whole word only.
@@ -111,6 +127,21 @@ const Subcommand kSubcommands[] = {
      .force = false,
      .run = addResourceTags,
      .success = {.text = "Add resource tag successfully."}},
+    {.word = "history",
+     .usage = UsageText::History,
+     .minOperands = 0,
+     .maxOperands = 1,
+     .force = false,
+     .run = [](const Operands& o) -> Result {
+         if (!o.empty() && o[0].starts_with("-")) return std::nullopt;
+         return orvconfig_history(optionalOperand(o));
+     }},
+    {.word = "undo",
+     .usage = UsageText::Undo,
+     .minOperands = 0,
+     .maxOperands = 1,
+     .force = true,
+     .run = undoRun},
 };
 
 // The operands of a command line, or nothing when their number is wrong or a trailing word

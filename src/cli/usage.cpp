@@ -130,6 +130,10 @@ const char* singleLine(UsageText text) {
                    "value*resource_name] ...\"\n";
         case UsageText::Hovhdfsport:
             return "Usage: %s hovhdfsport <show|set> <port>\n";
+        case UsageText::History:
+            return "Usage: %s history [run_id]\n";
+        case UsageText::Undo:
+            return "Usage: %s undo [run_id] [-f]\n";
         case UsageText::Full:
         case UsageText::Mghost:
             break;

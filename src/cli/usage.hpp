@@ -14,6 +14,8 @@ enum class UsageText {
     Unsetmghost = 9,
     Addresourceattr = 10,
     Hovhdfsport = 12,
+    History = 13,
+    Undo = 14,
 };
 
 // Prints an empty line, then the usage text.

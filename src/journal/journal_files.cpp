@@ -128,6 +128,7 @@ bool JournalFiles::complete(const RunRecord& run, std::size_t keepRuns, std::uin
         text += afterLine(file);
     }
     for (const std::string& dir : run.dirs) text += dirLine(dir);
+    for (const RunRecord::RemovedDir& dir : run.removedDirs) text += removedDirLine(dir);
     if (!writeFile("record.tmp", text, true, why)) return false;
     if (::rename((dir_ + "/record.tmp").c_str(), (dir_ + "/record").c_str()) != 0) {
         why = failure(dir_ + "/record");

@@ -77,6 +77,7 @@ class JournalStore final : public FileStore {
     bool append(const std::string& path, std::string_view text) override;
     int makeDirectory(const std::string& path, mode_t mode) override;
     int remove(const std::string& path) override;
+    int removeDirectory(const std::string& path) override;
     int changeMode(const std::string& path, mode_t mode) override;
     std::unique_ptr<EditLock> lockForEdit(const std::string& path) override {
         return inner_.lockForEdit(path);
@@ -273,6 +274,20 @@ int JournalStore::makeDirectory(const std::string& path, mode_t mode) {
     return result;
 }
 
+int JournalStore::removeDirectory(const std::string& path) {
+    struct stat st {};
+    const mode_t mode = ::stat(path.c_str(), &st) == 0 ? st.st_mode & 07777 : 0755;
+    const std::string key = absolutePath(path);
+    const int result = inner_.removeDirectory(path);
+    if (result != 0) return result;
+    const int saved = errno;
+    run_.removedDirs.push_back({.path = key, .mode = mode});
+    std::string why;
+    if (recording() && !files_->log(removedDirLine(run_.removedDirs.back()), false, why)) fail(why);
+    errno = saved;
+    return result;
+}
+
 int JournalStore::remove(const std::string& path) {
     struct stat st {};
     if (::lstat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return inner_.remove(path);
@@ -331,7 +346,7 @@ void JournalStore::finish(int status) {
         run_.files.push_back(file);
         changed.push_back(path);
     }
-    if (changed.empty() && run_.dirs.empty()) {
+    if (changed.empty() && run_.dirs.empty() && run_.removedDirs.empty()) {
         if (files_) files_->discard();
         return;
     }

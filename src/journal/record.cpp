@@ -94,6 +94,11 @@ bool parseLine(RunRecord& run, std::string_view line) {
         run.dirs.push_back(unescapeField(line));
         return true;
     }
+    if (key == "rmdir") {
+        if (!parseNumber(field(line), number, 8)) return false;
+        run.removedDirs.push_back({.path = unescapeField(line), .mode = static_cast<mode_t>(number)});
+        return true;
+    }
     std::string value = unescapeField(line);
     if (key == "start" || key == "status") {
         if (!parseNumber(value, number)) return false;
@@ -192,6 +197,10 @@ std::string stepLine(const FileChange& file, const ChangeStep& step) {
 
 std::string dirLine(const std::string& path) {
     return "dir " + escapeField(path) + "\n";
+}
+
+std::string removedDirLine(const RunRecord::RemovedDir& dir) {
+    return "rmdir " + octal(dir.mode) + " " + escapeField(dir.path) + "\n";
 }
 
 std::string afterLine(const FileChange& file) {

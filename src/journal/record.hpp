@@ -61,6 +61,11 @@ struct RunRecord {
     std::string undoes;  // the id of the run this one undid
     std::vector<FileChange> files;
     std::vector<std::string> dirs;  // directories made, in order
+    struct RemovedDir {
+        std::string path;
+        mode_t mode = 0;
+    };
+    std::vector<RemovedDir> removedDirs;  // empty directories removed, in order
 };
 
 // The ids of the journal's records, oldest first.
@@ -74,6 +79,7 @@ std::optional<RunRecord> readRunRecord(const std::string& journal, const std::st
 std::string fileLine(const FileChange& file);
 std::string stepLine(const FileChange& file, const ChangeStep& step);
 std::string dirLine(const std::string& path);
+std::string removedDirLine(const RunRecord::RemovedDir& dir);
 std::string recordHeader(const RunRecord& run);
 std::string afterLine(const FileChange& file);
 
