@@ -110,9 +110,10 @@ bool giveBack(const GiveBack& item, const std::string& id) {
 
 bool undoRun(const RunRecord& run, const std::vector<GiveBack>& plan) {
     journalUndoes(run.id);
-    for (const RunRecord::RemovedDir& dir : run.removedDirs) {
-        if (pathKind(dir.path) == PathKind::Absent && makeDirectory(dir.path, dir.mode) == 0) {
-            alertI18nWithParameter("Made the directory %s.", dir.path);
+    // Directories the run removed come back parents first, the reverse of their removal.
+    for (auto dir = run.removedDirs.rbegin(); dir != run.removedDirs.rend(); ++dir) {
+        if (pathKind(dir->path) == PathKind::Absent && makeDirectory(dir->path, dir->mode) == 0) {
+            alertI18nWithParameter("Made the directory %s.", dir->path);
         }
     }
     for (const GiveBack& item : plan) {
