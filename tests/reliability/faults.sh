@@ -5,7 +5,9 @@
 # check (a changed file cut in half, an old ".tmp", a stray file must all be reported):
 # - SIGKILL at each openat, fcntl, write, ftruncate, fsync, close and unlink in turn: every
 #   file holds a complete version (old, new, or the copy an edited copy was made from) or
-#   its ".tmp" a complete one that is not the old, and no lock outlived the run;
+#   its ".tmp" a complete one that is not the old, and no lock outlived the run; the undo of
+#   the killed run's record either refuses, writing nothing, or gives every file back as it
+#   was before the run;
 # - ENOSPC, then EIO, on each write, fsync and ftruncate of a file of the tree: status 255,
 #   no sanitizer report, "Cannot write file" naming what failed; a failed ".tmp" is gone and
 #   its file as before the edit, a failed file has its new text in its ".tmp"; nothing lost;
@@ -50,7 +52,7 @@ scenario() {
     esac
     rm -rf "$W/old" && cp -a "$T" "$W/old"
 }
-restore() { rm -rf "$T" && cp -a "$W/old" "$T"; }
+restore() { rm -rf "$T" "$T.state" && cp -a "$W/old" "$T"; }
 # traced OUT STRACE_ARGS...: one run under strace from the pristine tree; its status.
 traced() {
     local out=$1 envs
@@ -77,6 +79,18 @@ check_tree() {
     done
     for f in $(files "$T"); do [[ " ${TRACKED[*]} " == *" $f "* ]] || { echo "STRAY: $f"; bad=1; }; done
     return $bad
+}
+# undo_killed: undoes the newest record (a killed run's): refused with the tree untouched,
+# or every file as before the run.
+undo_killed() {
+    local id envs st
+    id=$(ls "$T.state/journal" 2>/dev/null | tail -n 1) && [ -n "$id" ] || return 0
+    rm -rf "$W/killed" && cp -a "$T" "$W/killed" && mapfile -t envs < <(orv_env)
+    env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" undo "$id" -f </dev/null >"$W/check" 2>&1
+    st=$?
+    if [ $st -ne 0 ]; then [ $st -eq 255 ] && diff -r "$W/killed" "$T" >>"$W/check"; return; fi
+    [ "$(files "$T")" = "$(files "$W/old")" ] || return 1
+    for f in $(files "$T"); do same "$T/$f" "$W/old/$f" || { echo "not as before: $f" >>"$W/check"; return 1; }; done
 }
 fail() { echo "  $CASE: $*" && sed 's/^/    | /' "$W/out" && FAILS=$((FAILS + 1)); }
 # reported PATTERN PATH: an output line matches PATTERN and its \1 names PATH (resolved).
@@ -112,6 +126,7 @@ for name in "$@"; do
 for p in sys.argv[1:]:
     if os.path.isfile(p): fcntl.lockf(open(p, "r+"), fcntl.LOCK_EX | fcntl.LOCK_NB)' "${CHANGED[@]/#/$T/}" 2>/dev/null ||
             fail "a lock outlived the run"
+        undo_killed || fail "the undo of the killed run's record: $(cat "$W/check")"
         KILLS=$((KILLS + 1))
         [[ " write fsync ftruncate " == *" $call "* && $path != - ]] || continue
         for errno in ENOSPC EIO; do
