@@ -196,7 +196,10 @@ void beginRunJournal(int argc, char** argv) {
     const char* sudoUser = std::getenv("SUDO_USER");
     info.sudoUser = sudoUser != nullptr ? sudoUser : "";
     info.command = "orvconfig";
-    for (int i = 1; i < argc; ++i) info.command += " " + shellWord(argv[i]);
+    for (int i = 1; i < argc; ++i) {
+        info.command += ' ';
+        info.command += shellWord(argv[i]);
+    }
     beginJournal(info);
 }
 

@@ -359,7 +359,10 @@ void JournalStore::finish(int status) {
 void JournalStore::audit(const std::vector<std::string>& paths, std::size_t count) {
     constexpr std::size_t kNamed = 3;
     std::string named;
-    for (std::size_t i = 0; i < paths.size() && i < kNamed; ++i) named += (i ? " " : "") + paths[i];
+    for (std::size_t i = 0; i < paths.size() && i < kNamed; ++i) {
+        if (i > 0) named += ' ';
+        named += paths[i];
+    }
     if (paths.size() > kNamed) named += " ...";
     std::string line = "user=" + run_.user;
     if (!run_.sudoUser.empty()) line += " sudo_user=" + run_.sudoUser;
