@@ -11,9 +11,9 @@
 #include "cluster/master_list_command.hpp"
 #include "console/messages.hpp"
 #include "context/cluster_identity.hpp"
-#include "hosts/host_identity.hpp"
 #include "history/history.hpp"
 #include "history/undo.hpp"
+#include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
 #include "journal/journal_store.hpp"
 #include "mghost/demote.hpp"
@@ -176,8 +176,9 @@ int runSubcommand(const Subcommand& sub, int argc, char** argv) {
 
 // A word as a shell would need it to be typed again.
 std::string shellWord(std::string_view word) {
-    if (!word.empty() && word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                                                "0123456789@%+=:,./_-") == std::string_view::npos) {
+    if (!word.empty() &&
+        word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                               "0123456789@%+=:,./_-") == std::string_view::npos) {
         return std::string(word);
     }
     std::string quoted = "'";

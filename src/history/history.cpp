@@ -37,10 +37,10 @@ std::string octalMode(mode_t mode) {
 void listRuns(const std::vector<RunRecord>& runs) {
     for (auto run = runs.rbegin(); run != runs.rend(); ++run) {
         const std::size_t n = run->files.size();
-        std::string line = formatMessage(
-            "%s  %s  %s  %s  %s  %s",
-            {run->id, localTime(run->start), userOf(*run), statusOf(*run),
-             std::to_string(n) + (n == 1 ? " file" : " files"), run->command});
+        std::string line =
+            formatMessage("%s  %s  %s  %s  %s  %s",
+                          {run->id, localTime(run->start), userOf(*run), statusOf(*run),
+                           std::to_string(n) + (n == 1 ? " file" : " files"), run->command});
         const std::string by = undoneBy(runs, run->id);
         if (!by.empty()) line += "  (undone by " + by + ")";
         if (!run->undoes.empty()) line += "  (undo of " + run->undoes + ")";

@@ -30,7 +30,8 @@ bool walkBack(const RunRecord& run, const FileChange& file, Text& text, bool& da
         Text before;
         const std::string name =
             run.directory + "/" + std::to_string(file.number) + "." + std::to_string(step->number);
-        if (!readRegularFile(name, data) || !applyRestoreData(data.view(), text.value_or(""), before) ||
+        if (!readRegularFile(name, data) ||
+            !applyRestoreData(data.view(), text.value_or(""), before) ||
             shaOfText(before) != step->shaBefore) {
             damaged = true;
             return false;

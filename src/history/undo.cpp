@@ -58,7 +58,7 @@ std::optional<std::vector<GiveBack>> planUndo(const RunRecord& run) {
         item.before = item.now;
         bool damaged = false;
         const bool left = !run.complete || (shaOfText(item.now) == file.shaAfter &&
-                                             (!item.now || modeIs(file.path, file.modeAfter)));
+                                            (!item.now || modeIs(file.path, file.modeAfter)));
         if (left && walkBack(run, file, item.before, damaged)) {
             plan.push_back(std::move(item));
             continue;
@@ -91,7 +91,8 @@ bool giveBack(const GiveBack& item, const std::string& id) {
         return true;
     }
     if (now) {
-        const CommitResult result = commitRewrite(path, *now, TextPieces{std::string_view(*item.before)});
+        const CommitResult result =
+            commitRewrite(path, *now, TextPieces{std::string_view(*item.before)});
         if (result == CommitResult::TmpOpenFailed || result == CommitResult::FileOpenFailed) {
             alertI18nWithParameter(kCannotOpenFileMessage, path);
         }

@@ -40,6 +40,13 @@ bool makeDirectories(const std::string& path) {
     return ::mkdir(path.c_str(), 0700) == 0 || errno == EEXIST;
 }
 
+std::string pathIn(const std::string& dir, const std::string& name) {
+    std::string path = dir;
+    path += '/';
+    path += name;
+    return path;
+}
+
 std::vector<std::string> entriesOf(const std::string& dir) {
     std::vector<std::string> names;
     std::unique_ptr<DIR, int (*)(DIR*)> d(::opendir(dir.c_str()), &::closedir);
@@ -55,7 +62,8 @@ std::uintmax_t sizeOfRun(const std::string& dir) {
     std::uintmax_t size = 0;
     for (const std::string& name : entriesOf(dir)) {
         struct stat st {};
-        if (::lstat((dir + "/" + name).c_str(), &st) == 0) size += static_cast<std::uintmax_t>(st.st_size);
+        if (::lstat(pathIn(dir, name).c_str(), &st) == 0)
+            size += static_cast<std::uintmax_t>(st.st_size);
     }
     return size;
 }
@@ -82,8 +90,8 @@ std::unique_ptr<JournalFiles> JournalFiles::create(const std::string& journal,
         return nullptr;
     }
     const std::string changes = dir + "/changes";
-    UniqueFd fd = openRetrying(changes.c_str(),
-                               O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
+    UniqueFd fd = openRetrying(
+        changes.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (!fd) {
         why = failure(changes);
         ::rmdir(dir.c_str());
@@ -95,8 +103,8 @@ std::unique_ptr<JournalFiles> JournalFiles::create(const std::string& journal,
 bool JournalFiles::writeFile(const std::string& name, std::string_view data, bool sync,
                              std::string& why) {
     const std::string path = dir_ + "/" + name;
-    UniqueFd fd = openRetrying(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC,
-                               0600);
+    UniqueFd fd =
+        openRetrying(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd && writeAll(fd.get(), data) && (!sync || ::fsync(fd.get()) == 0) && fd.close()) {
         return true;
     }
@@ -148,7 +156,7 @@ void JournalFiles::discard() {
 }
 
 void removeRunDirectory(const std::string& dir) {
-    for (const std::string& name : entriesOf(dir)) ::unlink((dir + "/" + name).c_str());
+    for (const std::string& name : entriesOf(dir)) ::unlink(pathIn(dir, name).c_str());
     ::rmdir(dir.c_str());
 }
 

@@ -204,8 +204,8 @@ CommitResult JournalStore::commit(const std::string& file, std::string_view orig
     if (samePieces(original, updated)) return inner_.commit(file, original, updated, tmp);
     const bool keep = !journal_.empty() && !failed_;
     const std::string shaAfter = keep ? shaOf(updated) : std::string();
-    Tracked* tracked = before(file, original, keep ? restoreData(original, updated) : "", shaAfter,
-                              true);
+    Tracked* tracked =
+        before(file, original, keep ? restoreData(original, updated) : "", shaAfter, true);
     const CommitResult result = inner_.commit(file, original, updated, tmp);
     if (result == CommitResult::FileWriteFailed) {
         tracked->changed = true;
@@ -221,9 +221,11 @@ CommitResult JournalStore::writeThroughTmp(const std::string& target, std::strin
     if (old && *old == content) return inner_.writeThroughTmp(target, content);
     const bool keep = !journal_.empty() && !failed_;
     const std::string shaAfter = keep ? sha256Hex(content) : std::string();
-    Tracked* tracked =
-        before(target, old, !keep ? "" : old ? restoreData(*old, {}) : restoreAbsent(), shaAfter,
-               old.has_value());
+    Tracked* tracked = before(target, old,
+                              !keep ? ""
+                              : old ? restoreData(*old, {})
+                                    : restoreAbsent(),
+                              shaAfter, old.has_value());
     const CommitResult result = inner_.writeThroughTmp(target, content);
     settle(tracked, result == CommitResult::Written, shaAfter);
     if (result == CommitResult::FileWriteFailed) tracked->current.clear();
@@ -235,9 +237,11 @@ NewFileResult JournalStore::writeNewFile(const std::string& path, std::string_vi
     if (old && *old == content) return inner_.writeNewFile(path, content);
     const bool keep = !journal_.empty() && !failed_;
     const std::string shaAfter = keep ? sha256Hex(content) : std::string();
-    Tracked* tracked =
-        before(path, old, !keep ? "" : old ? restoreData(*old, {}) : restoreAbsent(), shaAfter,
-               old.has_value());
+    Tracked* tracked = before(path, old,
+                              !keep ? ""
+                              : old ? restoreData(*old, {})
+                                    : restoreAbsent(),
+                              shaAfter, old.has_value());
     const NewFileResult result = inner_.writeNewFile(path, content);
     settle(tracked, result == NewFileResult::Written, shaAfter);
     if (result == NewFileResult::WriteFailed) tracked->current.clear();

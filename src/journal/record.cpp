@@ -38,8 +38,8 @@ std::string_view field(std::string_view& rest) {
 }
 
 bool validSha(std::string_view sha) {
-    return sha == kAbsent || (sha.size() == 64 && sha.find_first_not_of("0123456789abcdef") ==
-                                                      std::string_view::npos);
+    return sha == kAbsent || (sha.size() == 64 &&
+                              sha.find_first_not_of("0123456789abcdef") == std::string_view::npos);
 }
 
 std::string octal(mode_t mode) {
@@ -62,7 +62,8 @@ bool parseLine(RunRecord& run, std::string_view line) {
     if (key == "file") {
         FileChange file;
         const std::string_view n = field(line), sha = field(line), mode = field(line);
-        if (!parseNumber(n, number) || !validSha(sha) || fileNumbered(run, n) != nullptr) return false;
+        if (!parseNumber(n, number) || !validSha(sha) || fileNumbered(run, n) != nullptr)
+            return false;
         file.number = static_cast<int>(number);
         file.shaBefore = sha;
         if (!parseNumber(mode, number, 8)) return false;
@@ -96,7 +97,8 @@ bool parseLine(RunRecord& run, std::string_view line) {
     }
     if (key == "rmdir") {
         if (!parseNumber(field(line), number, 8)) return false;
-        run.removedDirs.push_back({.path = unescapeField(line), .mode = static_cast<mode_t>(number)});
+        run.removedDirs.push_back(
+            {.path = unescapeField(line), .mode = static_cast<mode_t>(number)});
         return true;
     }
     std::string value = unescapeField(line);
@@ -110,12 +112,15 @@ bool parseLine(RunRecord& run, std::string_view line) {
         return true;
     }
     if (key == "id") return value == run.id;
-    if (key == "host") run.host = std::move(value);
-    if (key == "user") run.user = std::move(value);
-    if (key == "sudo") run.sudoUser = std::move(value);
-    if (key == "command") run.command = std::move(value);
-    if (key == "undoes") run.undoes = std::move(value);
-    return key == "host" || key == "user" || key == "sudo" || key == "command" || key == "undoes";
+    std::string* text = key == "host"      ? &run.host
+                        : key == "user"    ? &run.user
+                        : key == "sudo"    ? &run.sudoUser
+                        : key == "command" ? &run.command
+                        : key == "undoes"  ? &run.undoes
+                                           : nullptr;
+    if (text == nullptr) return false;
+    *text = std::move(value);
+    return true;
 }
 
 bool readWhole(const std::string& path, std::string& out) {
@@ -234,7 +239,8 @@ std::string restoreData(std::string_view before, const TextPieces& after) {
         }
         at += piece.size();
     }
-    std::sort(spans.begin(), spans.end(), [](const Span& a, const Span& b) { return a.from < b.from; });
+    std::sort(spans.begin(), spans.end(),
+              [](const Span& a, const Span& b) { return a.from < b.from; });
     std::string data = "text\n";
     std::size_t cursor = 0;
     const auto literal = [&](std::size_t end) {
@@ -247,7 +253,8 @@ std::string restoreData(std::string_view before, const TextPieces& after) {
         if (span.from + span.size <= cursor) continue;
         literal(span.from);
         const std::size_t skip = cursor - span.from;
-        data += "c " + std::to_string(span.at + skip) + " " + std::to_string(span.size - skip) + "\n";
+        data +=
+            "c " + std::to_string(span.at + skip) + " " + std::to_string(span.size - skip) + "\n";
         cursor = span.from + span.size;
     }
     literal(before.size());

@@ -17,16 +17,14 @@ namespace orv {
 namespace {
 
 constexpr std::array<std::uint32_t, 64> kRound = {
-    0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4,
-    0xab1c5ed5, 0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe,
-    0x9bdc06a7, 0xc19bf174, 0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f,
-    0x4a7484aa, 0x5cb0a9dc, 0x76f988da, 0x983e5152, 0xa831c66d, 0xb00327c8, 0xbf597fc7,
-    0xc6e00bf3, 0xd5a79147, 0x06ca6351, 0x14292967, 0x27b70a85, 0x2e1b2138, 0x4d2c6dfc,
-    0x53380d13, 0x650a7354, 0x766a0abb, 0x81c2c92e, 0x92722c85, 0xa2bfe8a1, 0xa81a664b,
-    0xc24b8b70, 0xc76c51a3, 0xd192e819, 0xd6990624, 0xf40e3585, 0x106aa070, 0x19a4c116,
-    0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
-    0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7,
-    0xc67178f2};
+    0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
+    0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
+    0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,
+    0x983e5152, 0xa831c66d, 0xb00327c8, 0xbf597fc7, 0xc6e00bf3, 0xd5a79147, 0x06ca6351, 0x14292967,
+    0x27b70a85, 0x2e1b2138, 0x4d2c6dfc, 0x53380d13, 0x650a7354, 0x766a0abb, 0x81c2c92e, 0x92722c85,
+    0xa2bfe8a1, 0xa81a664b, 0xc24b8b70, 0xc76c51a3, 0xd192e819, 0xd6990624, 0xf40e3585, 0x106aa070,
+    0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
+    0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2};
 
 constexpr std::uint32_t rotr(std::uint32_t x, int n) {
     return (x >> n) | (x << (32 - n));
@@ -40,7 +38,7 @@ std::uint32_t loadBig(const unsigned char* p) {
 void portableBlocks(std::uint32_t* state, const unsigned char* data, std::size_t count) {
     for (; count > 0; --count, data += 64) {
         std::array<std::uint32_t, 64> w{};
-        for (int i = 0; i < 16; ++i) w[i] = loadBig(data + 4 * i);
+        for (int i = 0; i < 16; ++i) w[i] = loadBig(data + static_cast<std::ptrdiff_t>(4 * i));
         for (int i = 16; i < 64; ++i) {
             const std::uint32_t s0 = rotr(w[i - 15], 7) ^ rotr(w[i - 15], 18) ^ (w[i - 15] >> 3);
             const std::uint32_t s1 = rotr(w[i - 2], 17) ^ rotr(w[i - 2], 19) ^ (w[i - 2] >> 10);
@@ -49,8 +47,8 @@ void portableBlocks(std::uint32_t* state, const unsigned char* data, std::size_t
         std::uint32_t a = state[0], b = state[1], c = state[2], d = state[3];
         std::uint32_t e = state[4], f = state[5], g = state[6], h = state[7];
         for (int i = 0; i < 64; ++i) {
-            const std::uint32_t t1 =
-                h + (rotr(e, 6) ^ rotr(e, 11) ^ rotr(e, 25)) + ((e & f) ^ (~e & g)) + kRound[i] + w[i];
+            const std::uint32_t t1 = h + (rotr(e, 6) ^ rotr(e, 11) ^ rotr(e, 25)) +
+                                     ((e & f) ^ (~e & g)) + kRound[i] + w[i];
             const std::uint32_t t2 =
                 (rotr(a, 2) ^ rotr(a, 13) ^ rotr(a, 22)) + ((a & b) ^ (a & c) ^ (b & c));
             h = g, g = f, f = e, e = d + t1, d = c, c = b, b = a, a = t1 + t2;
@@ -69,7 +67,7 @@ bool haveShaExtensions() {
 
 // The rounds of four message words: two sha256rnds2 over the words plus their constants.
 __attribute__((target("sha,sse4.1"))) inline void fourRounds(__m128i& abef, __m128i& cdgh,
-                                                              __m128i words, int i) {
+                                                             __m128i words, int i) {
     __m128i k;
     std::memcpy(&k, &kRound[static_cast<std::size_t>(i)], sizeof k);
     __m128i msg = _mm_add_epi32(words, k);
@@ -86,10 +84,10 @@ __attribute__((target("sha,sse4.1,ssse3"))) void shaNiBlocks(std::uint32_t* stat
     __m128i cdgh;
     std::memcpy(&tmp, state, 16);
     std::memcpy(&cdgh, state + 4, 16);
-    tmp = _mm_shuffle_epi32(tmp, 0xB1);                 // CDAB
-    cdgh = _mm_shuffle_epi32(cdgh, 0x1B);               // EFGH
-    __m128i abef = _mm_alignr_epi8(tmp, cdgh, 8);       // ABEF
-    cdgh = _mm_blend_epi16(cdgh, tmp, 0xF0);            // CDGH
+    tmp = _mm_shuffle_epi32(tmp, 0xB1);            // CDAB
+    cdgh = _mm_shuffle_epi32(cdgh, 0x1B);          // EFGH
+    __m128i abef = _mm_alignr_epi8(tmp, cdgh, 8);  // ABEF
+    cdgh = _mm_blend_epi16(cdgh, tmp, 0xF0);       // CDGH
     for (; count > 0; --count, data += 64) {
         const __m128i saveAbef = abef;
         const __m128i saveCdgh = cdgh;
@@ -111,10 +109,10 @@ __attribute__((target("sha,sse4.1,ssse3"))) void shaNiBlocks(std::uint32_t* stat
         abef = _mm_add_epi32(abef, saveAbef);
         cdgh = _mm_add_epi32(cdgh, saveCdgh);
     }
-    tmp = _mm_shuffle_epi32(abef, 0x1B);              // FEBA
-    cdgh = _mm_shuffle_epi32(cdgh, 0xB1);             // DCHG
-    abef = _mm_blend_epi16(tmp, cdgh, 0xF0);          // DCBA
-    cdgh = _mm_alignr_epi8(cdgh, tmp, 8);             // HGFE
+    tmp = _mm_shuffle_epi32(abef, 0x1B);      // FEBA
+    cdgh = _mm_shuffle_epi32(cdgh, 0xB1);     // DCHG
+    abef = _mm_blend_epi16(tmp, cdgh, 0xF0);  // DCBA
+    cdgh = _mm_alignr_epi8(cdgh, tmp, 8);     // HGFE
     std::memcpy(state, &abef, 16);
     std::memcpy(state + 4, &cdgh, 16);
 }
@@ -134,9 +132,8 @@ void hashBlocks(std::uint32_t* state, const unsigned char* data, std::size_t cou
 }  // namespace
 
 Sha256::Sha256(bool portable)
-    : portable_(portable),
-      state_{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a, 0x510e527f, 0x9b05688c, 0x1f83d9ab,
-             0x5be0cd19} {}
+    : portable_(portable), state_{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
+                                  0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19} {}
 
 void Sha256::blocks(const unsigned char* data, std::size_t count) {
     if (portable_) {
@@ -169,7 +166,8 @@ std::string Sha256::hex() {
     const std::uint64_t bits = length_ * 8;
     unsigned char pad[128] = {0x80};
     const std::size_t padLength = (buffered_ < 56 ? 56 : 120) - buffered_;
-    for (int i = 0; i < 8; ++i) pad[padLength + i] = static_cast<unsigned char>(bits >> (56 - 8 * i));
+    for (int i = 0; i < 8; ++i)
+        pad[padLength + i] = static_cast<unsigned char>(bits >> (56 - 8 * i));
     update(std::string_view(reinterpret_cast<const char*>(pad), padLength + 8));
     static constexpr char kDigits[] = "0123456789abcdef";
     std::string out;

@@ -17,7 +17,7 @@ source "$(dirname "$0")/../cli/helpers.bash"
 if ! command -v strace >/dev/null || [ -z "$NSS_WRAPPER_LIB" ]; then echo "strace or libnss-wrapper missing" && exit 77; fi
 [ -x "${ORVCONFIG:-}" ] || { echo "set ORVCONFIG to the orvconfig binary" >&2; exit 2; }
 W=$(mktemp -d) && trap 'rm -rf "$W"' EXIT
-BATS_TEST_TMPDIR=$W PY=$(command -v /usr/bin/python3 python3 | head -1) FAILS=0 KILLS=0 FAULTS=0
+BATS_TEST_TMPDIR=$W PY=$(command -v /usr/bin/python3 python3 | head -1) FAILS=0 KILLS=0 FAULTS=0 UNDONE=0 REFUSED=0
 
 # scenario NAME: lays out $T and sets ARGS, CHANGED (the files a clean run changes) and VIA
 # ("copy=source": a file made as a copy of source, then edited).
@@ -84,11 +84,13 @@ check_tree() {
 # or every file as before the run.
 undo_killed() {
     local id envs st
-    id=$(ls "$T.state/journal" 2>/dev/null | tail -n 1) && [ -n "$id" ] || return 0
+    id=$(find "$T.state/journal" -mindepth 1 -maxdepth 1 -printf '%f\n' 2>/dev/null | LC_ALL=C sort | tail -n 1)
+    [ -n "$id" ] || return 0
     rm -rf "$W/killed" && cp -a "$T" "$W/killed" && mapfile -t envs < <(orv_env)
     env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" undo "$id" -f </dev/null >"$W/check" 2>&1
     st=$?
-    if [ $st -ne 0 ]; then [ $st -eq 255 ] && diff -r "$W/killed" "$T" >>"$W/check"; return; fi
+    if [ $st -ne 0 ]; then REFUSED=$((REFUSED + 1)) && [ $st -eq 255 ] && diff -r "$W/killed" "$T" >>"$W/check"; return; fi
+    UNDONE=$((UNDONE + 1))
     [ "$(files "$T")" = "$(files "$W/old")" ] || return 1
     for f in $(files "$T"); do same "$T/$f" "$W/old/$f" || { echo "not as before: $f" >>"$W/check"; return 1; }; done
 }
@@ -157,5 +159,5 @@ for p in sys.argv[1:]:
     reported "Cannot write file \(.*\)\.$" "$T/${CHANGED[0]}.tmp" || fail "no \"Cannot write file $T/${CHANGED[0]}.tmp.\""
     echo "$name: $((KILLS - k0)) kill points, $((FAULTS - f0)) write faults, ulimit -f (${#TRACKED[@]} files tracked)"
 done
-echo "kill points: $KILLS; write faults: $FAULTS; failed: $FAILS"
+echo "kill points: $KILLS (killed runs undone: $UNDONE, undo refused: $REFUSED); write faults: $FAULTS; failed: $FAILS"
 [ "$FAILS" -eq 0 ]

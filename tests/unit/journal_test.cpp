@@ -12,7 +12,8 @@ namespace {
 using Journal = test::TempDirTest;
 
 std::string sha256sum(const std::string& file) {
-    std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(("sha256sum < " + file).c_str(), "r"), &::pclose);
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(("sha256sum < " + file).c_str(), "r"),
+                                               &::pclose);
     char out[65] = {};
     return pipe && std::fread(out, 1, 64, pipe.get()) == 64 ? std::string(out) : std::string();
 }
@@ -22,9 +23,14 @@ std::string sha256sum(const std::string& file) {
 TEST_F(Journal, Sha256AgreesWithSha256sum) {
     std::string large(1 << 20, '\0');
     for (std::size_t i = 0; i < large.size(); ++i) large[i] = static_cast<char>(i * 7919 >> 3);
-    const std::string inputs[] = {"", "abc", std::string(55, 'x'), std::string(56, 'x'),
-                                  std::string(64, 'y'), std::string(65, 'z'),
-                                  std::string(119, '\n'), large};
+    const std::string inputs[] = {"",
+                                  "abc",
+                                  std::string(55, 'x'),
+                                  std::string(56, 'x'),
+                                  std::string(64, 'y'),
+                                  std::string(65, 'z'),
+                                  std::string(119, '\n'),
+                                  large};
     for (const std::string& input : inputs) {
         SCOPED_TRACE(input.size());
         const std::string expected = sha256sum(write("in", input));
@@ -32,7 +38,8 @@ TEST_F(Journal, Sha256AgreesWithSha256sum) {
         EXPECT_EQ(sha256Hex(input), expected);
         for (const bool portable : {false, true}) {
             Sha256 hash(portable);
-            for (std::size_t at = 0; at < input.size(); at += 37) hash.update(std::string_view(input).substr(at, 37));
+            for (std::size_t at = 0; at < input.size(); at += 37)
+                hash.update(std::string_view(input).substr(at, 37));
             EXPECT_EQ(hash.hex(), expected);
         }
     }
@@ -50,11 +57,23 @@ struct RestoreRow {
 TEST(JournalRestore, OldTextFromNewTextAndTheChangedSpans) {
     const std::string conf = "A=1\nB=2\nC=3\nD=4\n";
     const RestoreRow rows[] = {
-        {.name = "one line changed", .before = conf, .spans = {{0, 4}, {8, 8}}, .lines = {"B=9\n", ""}, .stored = 4},
-        {.name = "a line added", .before = conf, .spans = {{0, 16}}, .lines = {"E=5\n"}, .stored = 0},
+        {.name = "one line changed",
+         .before = conf,
+         .spans = {{0, 4}, {8, 8}},
+         .lines = {"B=9\n", ""},
+         .stored = 4},
+        {.name = "a line added",
+         .before = conf,
+         .spans = {{0, 16}},
+         .lines = {"E=5\n"},
+         .stored = 0},
         {.name = "lines dropped", .before = conf, .spans = {{4, 4}}, .lines = {""}, .stored = 12},
         {.name = "whole text new", .before = conf, .spans = {}, .lines = {"X=0\n"}, .stored = 16},
-        {.name = "spans out of order", .before = conf, .spans = {{8, 8}, {0, 8}}, .lines = {"", ""}, .stored = 0},
+        {.name = "spans out of order",
+         .before = conf,
+         .spans = {{8, 8}, {0, 8}},
+         .lines = {"", ""},
+         .stored = 0},
         {.name = "empty before", .before = "", .spans = {}, .lines = {"A=1\n"}, .stored = 0},
     };
     for (const RestoreRow& row : rows) {
@@ -63,14 +82,16 @@ TEST(JournalRestore, OldTextFromNewTextAndTheChangedSpans) {
         std::string after;
         for (std::size_t i = 0; i < std::max(row.spans.size(), row.lines.size()); ++i) {
             if (i < row.spans.size()) {
-                pieces.push_back(std::string_view(row.before).substr(row.spans[i].first, row.spans[i].second));
+                pieces.push_back(
+                    std::string_view(row.before).substr(row.spans[i].first, row.spans[i].second));
             }
             if (i < row.lines.size()) pieces.push_back(row.lines[i]);
         }
         for (const std::string_view piece : pieces) after += piece;
         const std::string data = restoreData(row.before, pieces);
         std::size_t stored = 0;
-        for (std::size_t at = data.find("\nl "); at != std::string::npos; at = data.find("\nl ", at + 1)) {
+        for (std::size_t at = data.find("\nl "); at != std::string::npos;
+             at = data.find("\nl ", at + 1)) {
             stored += std::stoul(data.substr(at + 3));
         }
         EXPECT_EQ(stored, row.stored);
@@ -83,8 +104,15 @@ TEST(JournalRestore, OldTextFromNewTextAndTheChangedSpans) {
 // Damaged restore data is refused, never applied in part.
 TEST(JournalRestore, DamagedDataIsRefused) {
     const std::string after = "A=1\nB=2\n";
-    const char* damaged[] = {"", "text", "text\nc 0 9\n", "text\nc 8 1\n", "text\nl 5\nA=1\n",
-                             "text\nx 0 1\n", "text\nc 0\n", "text\nc -1 2\n", "absent\nc 0 1\n"};
+    const char* damaged[] = {"",
+                             "text",
+                             "text\nc 0 9\n",
+                             "text\nc 8 1\n",
+                             "text\nl 5\nA=1\n",
+                             "text\nx 0 1\n",
+                             "text\nc 0\n",
+                             "text\nc -1 2\n",
+                             "absent\nc 0 1\n"};
     for (const char* data : damaged) {
         SCOPED_TRACE(data);
         std::optional<std::string> before = "untouched";
