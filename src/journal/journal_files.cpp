@@ -7,7 +7,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <memory>
 #include <set>
 #include <vector>
 
@@ -81,6 +85,32 @@ void prune(const std::string& journal, const std::string& current, std::size_t k
 }
 
 }  // namespace
+
+// A file as the record names it: its directory resolved, its last component as given.
+std::string absolutePath(const std::string& path) {
+    std::string full = path;
+    if (full.empty() || full[0] != '/') {
+        std::unique_ptr<char, decltype(&std::free)> cwd(::getcwd(nullptr, 0), &std::free);
+        full = std::string(cwd ? cwd.get() : "") + "/" + path;
+    }
+    while (full.size() > 1 && full.back() == '/') full.pop_back();
+    const std::size_t slash = full.rfind('/');
+    const std::string dir = slash == 0 ? "/" : full.substr(0, slash);
+    std::unique_ptr<char, decltype(&std::free)> real(::realpath(dir.c_str(), nullptr), &std::free);
+    const std::string parent = real ? std::string(real.get()) : dir;
+    return (parent == "/" ? "" : parent) + "/" + full.substr(slash + 1);
+}
+
+std::string runId(const timespec& now) {
+    std::tm utc{};
+    ::gmtime_r(&now.tv_sec, &utc);
+    char stamp[32];
+    std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &utc);
+    char id[64];
+    std::snprintf(id, sizeof id, "%s.%03ld-%ld", stamp, now.tv_nsec / 1000000L,
+                  static_cast<long>(::getpid()));
+    return id;
+}
 
 std::unique_ptr<JournalFiles> JournalFiles::create(const std::string& journal,
                                                    const std::string& id, std::string& why) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -38,6 +39,13 @@ class JournalFiles {
     std::string dir_;
     UniqueFd changes_;
 };
+
+// A file as a record names it: its directory resolved, its last component as given.
+std::string absolutePath(const std::string& path);
+
+// The id of a run that started at `now`: its UTC time and the process id, so that ids sort
+// as the runs started.
+std::string runId(const timespec& now);
 
 // Removes a record's directory and everything in it.
 void removeRunDirectory(const std::string& dir);
