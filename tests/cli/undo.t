@@ -109,7 +109,8 @@ a diff; the usage lines; a question answered no; --dry-run undo shows what it wo
   Command failed.
   [255]
 
-The journal: owner-only, pruned to ORVCONFIG_JOURNAL_KEEP runs, off with ORVCONFIG_JOURNAL=off;
+The journal: owner-only, pruned to ORVCONFIG_JOURNAL_KEEP runs, off with ORVCONFIG_JOURNAL=off,
+the changed lines of a large file only;
 one that cannot be written leaves the run as it was, with one line on standard error.
 
   $ with() { local -a envs; mapfile -t envs < <(orv_env); env -i PATH="$PATH" "${envs[@]}" "$@"; }
@@ -124,6 +125,8 @@ one that cannot be written leaves the run as it was, with one line on standard e
   The journal is turned off.
   Command failed.
   2
+  $ fixture; seq -f 'ORV_SITE_PARAM_%g=1' 100000 >>"$CONF/orv.conf"; orvx addresourceattr '[resource big]' >/dev/null; du -sb "$T.state/journal" | awk '{ print $1 < 16384 ? "the changed lines only" : "too large: " $1 }'
+  the changed lines only
   $ touch file; with ORVCONFIG_STATE_DIR=$PWD/file "$ORVCONFIG" addresourceattr '[resource d]' 2>err; sed "s|$PWD|PWD|" err
   You have not input any hosts in the master list. Specify the name of the master host and any master candidates.
   Add resource tag successfully.

@@ -53,7 +53,8 @@ struct RestoreRow {
     std::size_t stored;                                      // literal bytes kept in the data
 };
 
-// The data gives the old text back from the new one, storing only what the new text lacks.
+// The data gives the old text back from the new one, storing only what the new text lacks;
+// damaged data is refused.
 TEST(JournalRestore, OldTextFromNewTextAndTheChangedSpans) {
     const std::string conf = "A=1\nB=2\nC=3\nD=4\n";
     const RestoreRow rows[] = {
@@ -99,11 +100,8 @@ TEST(JournalRestore, OldTextFromNewTextAndTheChangedSpans) {
         ASSERT_TRUE(applyRestoreData(data, after, back));
         EXPECT_EQ(back, row.before);
     }
-}
-
-// Damaged restore data is refused, never applied in part.
-TEST(JournalRestore, DamagedDataIsRefused) {
-    const std::string after = "A=1\nB=2\n";
+    // Damaged data is refused, never applied in part.
+    const std::string shortText = "A=1\nB=2\n";
     const char* damaged[] = {"",
                              "text",
                              "text\nc 0 9\n",
@@ -116,11 +114,11 @@ TEST(JournalRestore, DamagedDataIsRefused) {
     for (const char* data : damaged) {
         SCOPED_TRACE(data);
         std::optional<std::string> before = "untouched";
-        EXPECT_FALSE(applyRestoreData(data, after, before));
+        EXPECT_FALSE(applyRestoreData(data, shortText, before));
         EXPECT_EQ(before, "untouched");
     }
     std::optional<std::string> before = "x";
-    EXPECT_TRUE(applyRestoreData("absent\n", after, before));
+    EXPECT_TRUE(applyRestoreData("absent\n", shortText, before));
     EXPECT_EQ(before, std::nullopt);
 }
 
