@@ -9,11 +9,11 @@ bound at /dev/log in a private mount namespace.
   > mkdir dev.real && mount --bind /dev dev.real && mount -t tmpfs tmpfs /dev || exit 1
   > for d in null zero urandom; do touch "/dev/$d" && mount --bind "dev.real/$d" "/dev/$d"; done; ln -s /proc/self/fd /dev/fd
   > perl -e 'use Socket; socket(my $s, PF_UNIX, SOCK_DGRAM, 0) or die; bind($s, pack_sockaddr_un("/dev/log")) or die;
-  >     open(my $r, ">", "log.ready"); close $r; $| = 1; my $m; print "$m\n" while defined recv($s, $m, 65536, 0)' >log &
+  >     open(my $r, ">", "log.ready"); close $r; $| = 1; my $m; print "$m\n" while defined recv($s, $m, 65536, 0)' >log 2>&1 </dev/null & listener=$!
   > for i in $(seq 100); do [ -e log.ready ] && break; sleep 0.05; done
   > orvx join hostA -f; orvx join hostA -f; orvx masterlist ghost; orvx --dry-run setbaseport "$B"
   > orvx setbaseport "$B"; orvx undo -f
-  > sleep 0.5; kill $!
+  > sleep 0.5; kill "$listener"
   > EOF
   $ timeout 120 unshare -m bash runs >/dev/null; ls /dev/log 2>/dev/null; ls "$T.state/journal" | wc -l
   3
