@@ -42,10 +42,7 @@ class TempDirTest : public ::testing::Test {
         s << in.rdbuf();
         return s.str();
     }
-    static bool exists(const std::string& p) {
-        struct stat st {};
-        return ::lstat(p.c_str(), &st) == 0;
-    }
+    static bool exists(const std::string& p) { struct stat st {}; return ::lstat(p.c_str(), &st) == 0; }
     // The modification time in nanoseconds; agedMtime first moves it one hour back.
     static long long mtimeOf(const std::string& p) {
         struct stat st {};
@@ -61,8 +58,7 @@ class TempDirTest : public ::testing::Test {
     // FIFO shows as a failure) and returns what it printed, then its result as "[N]" (N
     // modulo 256, -1 when killed). With `unprivileged`, a superuser child becomes "nobody"
     // first (the directory opened up for it); with `sizeLimit`, writes past it fail.
-    std::string inChild(const std::function<int()>& body, bool unprivileged = false,
-                        rlim_t sizeLimit = 0) const {
+    std::string inChild(const std::function<int()>& body, bool unprivileged = false, rlim_t sizeLimit = 0) const {
         char out[] = "/tmp/orv_unit_out.XXXXXX";
         const int outFd = mkstemp(out);
         std::fflush(stdout);
@@ -74,17 +70,14 @@ class TempDirTest : public ::testing::Test {
             ::alarm(10);
             ::signal(SIGXFSZ, SIG_IGN);
             if (sizeLimit != 0 && ::setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(251);
-            if (unprivileged &&
-                (::chmod(dir_.c_str(), 0777) != 0 || (::geteuid() == 0 && ::setuid(65534) != 0)))
-                _exit(252);
+            if (unprivileged && (::chmod(dir_.c_str(), 0777) != 0 || (::geteuid() == 0 && ::setuid(65534) != 0))) _exit(252);
             const int code = body();
             std::fflush(stdout);
             _exit(code & 0xff);
         }
         int status = 0;
         EXPECT_EQ(waitpid(pid, &status, 0), pid);
-        const std::string run =
-            read(out) + "[" + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + "]";
+        const std::string run = read(out) + "[" + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + "]";
         ::close(outFd);
         ::unlink(out);
         return run;
