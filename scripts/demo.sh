@@ -101,7 +101,8 @@ host_env() {
         "NSS_WRAPPER_HOSTNAME=$AS_HOST" \
         "ORV_TOP=$SANDBOX/$AS_HOST/top" \
         "ORV_CONFDIR=${CONFDIR:-$SANDBOX/$AS_HOST/top/kernel/conf}" \
-        "ORV_LOCAL_CONFDIR=$SANDBOX/$AS_HOST/top/kernel/conf"
+        "ORV_LOCAL_CONFDIR=$SANDBOX/$AS_HOST/top/kernel/conf" \
+        "ORVCONFIG_STATE_DIR=$SANDBOX/.state/$AS_HOST"
 }
 
 BOLD='' PLAIN=''
@@ -125,7 +126,7 @@ step() {
     local status=0
     env -i PATH="$PATH" "${envs[@]}" "$BIN" "$@" <"${STEP_INPUT:-/dev/null}" 2>&1 || status=$?
     printf -- '-> exit status %d\n' "$status"
-    if ! (cd "$BEFORE" && diff -ru sandbox "$SANDBOX" >"$BEFORE/diff"); then
+    if ! (cd "$BEFORE" && diff -ru -x .state sandbox "$SANDBOX" >"$BEFORE/diff"); then
         echo "-> changes in the sandbox (<sandbox> stands for $SANDBOX):"
         sed -e "s|$SANDBOX|<sandbox>|g" -e '/^diff -ru /d' "$BEFORE/diff"
     else
@@ -239,6 +240,10 @@ step addresourceattr "[resource scvg] [resourcemap 2*slots]"
 say "hostB goes back to its local configuration directory and leaves the master list."
 as_host hostB "$SANDBOX/share/kernel/conf"
 step unsetmghost -f
+
+say "Every change was journaled: hostB looks at its last run and undoes it."
+step history
+step undo -f
 as_host hostA "$SANDBOX/share/kernel/conf"
 
 if [ "${KEEP_SANDBOX:-0}" = 1 ]; then

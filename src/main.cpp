@@ -3,6 +3,7 @@
 
 #include "cli/dispatch.hpp"
 #include "console/messages.hpp"
+#include "journal/journal_store.hpp"
 #include "preview/dry_run.hpp"
 #include "storage/file_store.hpp"
 
@@ -31,5 +32,7 @@ int main(int argc, char** argv) {
     if (result == 1 && !orv::anyWriteFailed()) return 1;
     // A file that could not be written fails the run, also where a command goes on past
     // the failed edit.
-    return result == 0 && !orv::anyWriteFailed() ? 0 : 255;
+    const int status = result == 0 && !orv::anyWriteFailed() ? 0 : 255;
+    orv::finishJournal(status);
+    return status;
 }

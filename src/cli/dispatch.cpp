@@ -1,5 +1,6 @@
 #include "cli/dispatch.hpp"
 
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,7 +11,12 @@
 #include "cluster/join.hpp"
 #include "cluster/master_list_command.hpp"
 #include "console/messages.hpp"
+#include "context/cluster_identity.hpp"
+#include "history/history.hpp"
+#include "history/undo.hpp"
+#include "hosts/host_identity.hpp"
 #include "hosts/master_list.hpp"
+#include "journal/journal_store.hpp"
 #include "mghost/demote.hpp"
 #include "mghost/promote.hpp"
 #include "ports/base_port.hpp"
@@ -58,6 +64,20 @@ Result addResourceTags(const Operands& operands) {
     std::vector<LOCAL_RESOURCE> tags;
     if (parseLocalResources(operands[0], tags, 0) != 0) return std::nullopt;
     return orvconfig_addresourcetag(tags);
+}
+
+std::optional<std::string> optionalOperand(const Operands& operands) {
+    return operands.empty() ? std::nullopt : std::optional<std::string>(operands[0]);
+}
+
+// "undo -f" as well as "undo ID -f": the id is optional, the "-f" may stand alone.
+Result undoRun(const Operands& operands) {
+    if (operands.size() == 1 && operands[0] == "-f") {
+        silent = 1;
+        return orvconfig_undo(std::nullopt);
+    }
+    if (!operands.empty() && operands[0].starts_with("-")) return std::nullopt;
+    return orvconfig_undo(optionalOperand(operands));
 }
 
 // Matched in this order, each by its whole word only.
@@ -121,6 +141,21 @@ const Subcommand kSubcommands[] = {
          return std::nullopt;
      },
      .statusFromResult = true},
+    {.word = "history",
+     .usage = UsageText::History,
+     .minOperands = 0,
+     .maxOperands = 1,
+     .force = false,
+     .run = [](const Operands& o) -> Result {
+         if (!o.empty() && o[0].starts_with("-")) return std::nullopt;
+         return orvconfig_history(optionalOperand(o));
+     }},
+    {.word = "undo",
+     .usage = UsageText::Undo,
+     .minOperands = 0,
+     .maxOperands = 1,
+     .force = true,
+     .run = undoRun},
 };
 
 // The operands of a command line, or nothing when their number is wrong or a trailing word
@@ -154,6 +189,36 @@ int runSubcommand(const Subcommand& sub, int argc, char** argv) {
     return 0;
 }
 
+// A word as a shell would need it to be typed again.
+std::string shellWord(std::string_view word) {
+    if (!word.empty() &&
+        word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                               "0123456789@%+=:,./_-") == std::string_view::npos) {
+        return std::string(word);
+    }
+    std::string quoted = "'";
+    for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+bool dryRun = false;
+
+// Every run of a subcommand but a dry run is journaled: who runs what, from here.
+void beginRunJournal(int argc, char** argv) {
+    if (dryRun) return;
+    RunInfo info;
+    info.host = thisHostName();
+    getCurrentUser(info.user);
+    const char* sudoUser = std::getenv("SUDO_USER");
+    info.sudoUser = sudoUser != nullptr ? sudoUser : "";
+    info.command = "orvconfig";
+    for (int i = 1; i < argc; ++i) {
+        info.command += ' ';
+        info.command += shellWord(argv[i]);
+    }
+    beginJournal(info);
+}
+
 void illegalOption(const char* arg) {
     alertI18nWithParameter("orvconfig: Illegal option -%s", arg);
     usage(UsageText::Full);
@@ -180,6 +245,7 @@ int orvconfigMain(int argc, char** argv) {
     // overlay that main reports at the end).
     if (argc > 2 && std::string_view(argv[1]) == "--dry-run") {
         beginDryRun();
+        dryRun = true;
         silent = 1;
         argv[1] = argv[0];
         return orvconfigMain(argc - 1, argv + 1);
@@ -193,6 +259,7 @@ int orvconfigMain(int argc, char** argv) {
     }
     for (const Subcommand& sub : kSubcommands) {
         if (argv[1] == sub.word) {
+            beginRunJournal(argc, argv);
             const int ret = runSubcommand(sub, argc, argv);
             flushOutput();
             return ret;

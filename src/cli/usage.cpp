@@ -132,6 +132,10 @@ const char* singleLine(UsageText text) {
             return "Usage: %s hovhdfsport <show|set> <port>\n";
         case UsageText::Check:
             return "Usage: %s check [--json]\n";
+        case UsageText::History:
+            return "Usage: %s history [run_id]\n";
+        case UsageText::Undo:
+            return "Usage: %s undo [run_id] [-f]\n";
         case UsageText::Full:
         case UsageText::Mghost:
             break;

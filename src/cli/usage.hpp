@@ -15,6 +15,8 @@ enum class UsageText {
     Addresourceattr = 10,
     Hovhdfsport = 12,
     Check = 20,
+    History = 13,
+    Undo = 14,
 };
 
 // Prints an empty line, then the usage text.

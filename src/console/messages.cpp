@@ -40,6 +40,13 @@ void flushOutput() {
     std::fflush(stdout);
 }
 
+void printErrorLine(std::string_view text) {
+    flushOutput();
+    std::string line(text);
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
 namespace {
 
 // The text, then the newline as a separate write.

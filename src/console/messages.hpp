@@ -62,4 +62,8 @@ void showFormatWarning(const std::string& filename, int linenumber);
 // Flushes standard output (done before any read of standard input).
 void flushOutput();
 
+// Writes one line to standard error, after what standard output holds so far. For notes
+// that must not change what standard output says (a run that cannot be undone).
+void printErrorLine(std::string_view text);
+
 }  // namespace orv

@@ -4,9 +4,11 @@
 // (judged from what stands on the disk and the permissions there), so the preview prints
 // the messages of the real run. Failures of the writes themselves (a full disk) cannot be
 // foreseen and are not.
+#include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -57,6 +59,7 @@ class OverlayStore final : public FileStore {
     bool append(const std::string& path, std::string_view text) override;
     int makeDirectory(const std::string& path, mode_t mode) override;
     int remove(const std::string& path) override;
+    int removeDirectory(const std::string& path) override;
     int changeMode(const std::string& path, mode_t mode) override;
     // A dry run writes nothing, so there is nothing to hold against other runs.
     std::unique_ptr<EditLock> lockForEdit(const std::string& /*path*/) override { return nullptr; }
@@ -79,6 +82,7 @@ class OverlayStore final : public FileStore {
     std::vector<std::string> fileOrder_;
     std::set<std::string> dirs_;
     std::vector<std::string> dirOrder_;
+    std::vector<std::string> removedDirs_;
 };
 
 std::string OverlayStore::keyOf(const std::string& path) const {
@@ -151,6 +155,9 @@ PathKind OverlayStore::kind(const std::string& path) {
         return *content ? PathKind::Regular : PathKind::Absent;
     }
     if (dirs_.count(key) != 0) return PathKind::Directory;
+    if (std::find(removedDirs_.begin(), removedDirs_.end(), key) != removedDirs_.end()) {
+        return PathKind::Absent;
+    }
     return disk_.kind(path);
 }
 
@@ -230,6 +237,35 @@ int OverlayStore::remove(const std::string& path) {
     return 0;
 }
 
+// Only an empty directory goes, as rmdir(2) has it: none of its entries on the disk is
+// left unless the run removed it, and the run wrote no file in it.
+int OverlayStore::removeDirectory(const std::string& path) {
+    const std::string key = keyOf(path);
+    if (kind(key) != PathKind::Directory) {
+        errno = kind(key) == PathKind::Absent ? ENOENT : ENOTDIR;
+        return -1;
+    }
+    const std::string inside = key + "/";
+    bool empty = true;
+    for (const auto& [file, content] : files_) {
+        if (content && file.starts_with(inside)) empty = false;
+    }
+    std::unique_ptr<DIR, int (*)(DIR*)> dir(::opendir(key.c_str()), &::closedir);
+    while (dir && empty) {
+        const dirent* entry = ::readdir(dir.get());
+        if (entry == nullptr) break;
+        const std::string name = entry->d_name;
+        const auto* content = written(inside + name);
+        empty = name == "." || name == ".." || (content != nullptr && !*content);
+    }
+    if (!empty) {
+        errno = ENOTEMPTY;
+        return -1;
+    }
+    if (dirs_.erase(key) == 0) removedDirs_.push_back(key);
+    return 0;
+}
+
 int OverlayStore::changeMode(const std::string& path, mode_t /*mode*/) {
     // Permission bits are not part of the preview; the file only has to be there.
     if (kind(path) != PathKind::Absent) return 0;
@@ -255,7 +291,10 @@ void OverlayStore::report() const {
         printText(unifiedHunks(before.view(), after.value_or(std::string())));
     }
     for (const std::string& dir : dirOrder_) {
-        alertI18nWithParameter("Would make the directory %s.", dir);
+        if (dirs_.count(dir) != 0) alertI18nWithParameter("Would make the directory %s.", dir);
+    }
+    for (const std::string& dir : removedDirs_) {
+        alertI18nWithParameter("Would remove the directory %s.", dir);
     }
     alertI18n("Dry run: nothing was changed.");
 }

@@ -68,22 +68,6 @@ bool writeAll(int fd, std::string_view data) {
     return true;
 }
 
-std::size_t sizeOf(const TextPieces& pieces) {
-    std::size_t size = 0;
-    for (const std::string_view piece : pieces) size += piece.size();
-    return size;
-}
-
-bool samePieces(std::string_view text, const TextPieces& pieces) {
-    if (sizeOf(pieces) != text.size()) return false;
-    for (const std::string_view piece : pieces) {
-        // Spans of the old text are the old text where they stand.
-        if (piece.data() != text.data() && text.substr(0, piece.size()) != piece) return false;
-        text.remove_prefix(piece.size());
-    }
-    return true;
-}
-
 // Reads straight into the text, sized from fstat (one spare byte lets the end of a file of
 // unchanged size be seen without growing); files that grow meanwhile are read whole. Stops
 // once `limit` characters are in.

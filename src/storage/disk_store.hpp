@@ -2,6 +2,8 @@
 // locks of parallel runs.
 #pragma once
 
+#include <unistd.h>
+
 #include <set>
 #include <string>
 
@@ -21,6 +23,7 @@ class DiskStore final : public FileStore {
     bool append(const std::string& path, std::string_view text) override;
     int makeDirectory(const std::string& path, mode_t mode) override;
     int remove(const std::string& path) override;
+    int removeDirectory(const std::string& path) override { return ::rmdir(path.c_str()); }
     int changeMode(const std::string& path, mode_t mode) override;
     std::unique_ptr<EditLock> lockForEdit(const std::string& path) override;
     bool anyWriteFailed() const override { return writeFailed_; }

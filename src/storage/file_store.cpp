@@ -53,6 +53,10 @@ int removePath(const std::string& path) {
     return fileStore().remove(path);
 }
 
+int removeDirectory(const std::string& path) {
+    return fileStore().removeDirectory(path);
+}
+
 int changeMode(const std::string& path, mode_t mode) {
     return fileStore().changeMode(path, mode);
 }

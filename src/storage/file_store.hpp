@@ -54,6 +54,7 @@ class FileStore {
     virtual bool append(const std::string& path, std::string_view text) = 0;
     virtual int makeDirectory(const std::string& path, mode_t mode) = 0;
     virtual int remove(const std::string& path) = 0;
+    virtual int removeDirectory(const std::string& path) = 0;
     virtual int changeMode(const std::string& path, mode_t mode) = 0;
     // Holds `path` against other runs for an edit (nullptr: nothing to hold).
     virtual std::unique_ptr<EditLock> lockForEdit(const std::string& path) = 0;
@@ -105,6 +106,8 @@ bool appendToFile(const std::string& path, std::string_view text);
 // mkdir(2), unlink(2) and chmod(2) of the run: 0, or -1 with errno set.
 int makeDirectory(const std::string& path, mode_t mode);
 int removePath(const std::string& path);
+// rmdir(2) of the run (an empty directory only): 0, or -1 with errno set.
+int removeDirectory(const std::string& path);
 int changeMode(const std::string& path, mode_t mode);
 
 // Holds a file against other runs from the read of the text an edit changes until its

@@ -42,4 +42,20 @@ void FileText::assign(std::string_view text) {
     size_ = text.size();
 }
 
+std::size_t sizeOf(const TextPieces& pieces) {
+    std::size_t size = 0;
+    for (const std::string_view piece : pieces) size += piece.size();
+    return size;
+}
+
+bool samePieces(std::string_view text, const TextPieces& pieces) {
+    if (sizeOf(pieces) != text.size()) return false;
+    for (const std::string_view piece : pieces) {
+        // Spans of the old text are the old text where they stand.
+        if (piece.data() != text.data() && text.substr(0, piece.size()) != piece) return false;
+        text.remove_prefix(piece.size());
+    }
+    return true;
+}
+
 }  // namespace orv

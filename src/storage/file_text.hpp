@@ -55,4 +55,10 @@ class FileText {
 // spans of the old one is written without being joined first.
 using TextPieces = std::vector<std::string_view, LargeAllocator<std::string_view>>;
 
+// The length of the text the pieces make.
+std::size_t sizeOf(const TextPieces& pieces);
+
+// Whether the pieces make exactly `text` (an edit that changes nothing).
+bool samePieces(std::string_view text, const TextPieces& pieces);
+
 }  // namespace orv

@@ -55,7 +55,7 @@ orv_env() {
         "NSS_WRAPPER_GROUP=$T/nss/group" "NSS_WRAPPER_HOSTS=$T/nss/hosts" "NSS_WRAPPER_HOSTNAME=$ORV_HOSTNAME" \
         "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=1" "NSS_WRAPPER_DISABLE_DEEPBIND=1" \
         "ORV_TOP=${ORV_TOP_DIR:-$TOP}" "ORV_CONFDIR=${ORV_CONFDIR_DIR:-$CONF}" "ORV_LOCAL_CONFDIR=${ORV_LOCAL_CONFDIR_DIR:-$CONF}" \
-        ${VOS_ENVDIR_DIR:+"VOS_ENVDIR=$VOS_ENVDIR_DIR"} ${ORV_LOOKUP_LOG:+"ORV_LOOKUP_LOG=$ORV_LOOKUP_LOG"} |
+        ${VOS_ENVDIR_DIR:+"VOS_ENVDIR=$VOS_ENVDIR_DIR"} ${ORV_LOOKUP_LOG:+"ORV_LOOKUP_LOG=$ORV_LOOKUP_LOG"} "ORVCONFIG_STATE_DIR=$T.state" |
         grep -v -E "^(${ORV_UNSET:+${ORV_UNSET// /|}})=" || true
 }
 
@@ -214,7 +214,7 @@ mg_add_zt() {
 # diff. $T and its resolved path print as "$T"; `names` reduces each diff to one line
 # "+++ path path ...".
 fixture() {
-    FIXTURE_DIR=$PWD && orv_release_ports && rm -rf "$PWD/t" "$PWD/t.before"
+    FIXTURE_DIR=$PWD && orv_release_ports && rm -rf "$PWD/t" "$PWD/t.before" "$PWD/t.state"
     unset ORV_TOP_DIR ORV_CONFDIR_DIR ORV_LOCAL_CONFDIR_DIR VOS_ENVDIR_DIR ORV_UNSET ANSWERS
     case ${1:-plain} in
         plain) orv_setup_tree ;;

@@ -5,7 +5,9 @@
 # check (a changed file cut in half, an old ".tmp", a stray file must all be reported):
 # - SIGKILL at each openat, fcntl, write, ftruncate, fsync, close and unlink in turn: every
 #   file holds a complete version (old, new, or the copy an edited copy was made from) or
-#   its ".tmp" a complete one that is not the old, and no lock outlived the run;
+#   its ".tmp" a complete one that is not the old, and no lock outlived the run; the undo of
+#   the killed run's record either refuses, writing nothing, or gives every file back as it
+#   was before the run;
 # - ENOSPC, then EIO, on each write, fsync and ftruncate of a file of the tree: status 255,
 #   no sanitizer report, "Cannot write file" naming what failed; a failed ".tmp" is gone and
 #   its file as before the edit, a failed file has its new text in its ".tmp"; nothing lost;
@@ -27,7 +29,7 @@ if [ -z "${ORV_FAULTS_PRIVATE_MOUNTS:-}" ] && [ "$(id -u)" -eq 0 ] && unshare -m
     ORV_FAULTS_PRIVATE_MOUNTS=1 exec unshare -m --propagation private "$0" "$@"
 fi
 W=$(mktemp -d) && trap 'umount "$W/fs" 2>/dev/null; rm -rf "$W"' EXIT
-FIXTURE_DIR=$W PY=$(command -v /usr/bin/python3 python3 | head -1) FAILS=0 KILLS=0 FAULTS=0 TORN=0
+FIXTURE_DIR=$W PY=$(command -v /usr/bin/python3 python3 | head -1) FAILS=0 KILLS=0 FAULTS=0 TORN=0 UNDONE=0 REFUSED=0
 
 # scenario NAME: lays out $T and sets ARGS, CHANGED (the files a clean run changes) and VIA
 # ("copy=source": a file made as a copy of source, then edited).
@@ -62,7 +64,7 @@ scenario() {
     esac
     rm -rf "$W/old" && cp -a "$T" "$W/old"
 }
-restore() { rm -rf "$T" && cp -a "$W/old" "$T"; }
+restore() { rm -rf "$T" "$T.state" && cp -a "$W/old" "$T"; }
 # traced OUT STRACE_ARGS...: one run under strace from the pristine tree; its status.
 traced() {
     local out=$1 envs
@@ -89,6 +91,20 @@ check_tree() {
     done
     for f in $(files "$T"); do [[ " ${TRACKED[*]} " == *" $f "* ]] || { echo "STRAY: $f"; bad=1; }; done
     return $bad
+}
+# undo_killed: undoes the newest record (a killed run's): refused with the tree untouched,
+# or every file as before the run.
+undo_killed() {
+    local id envs st
+    id=$(find "$T.state/journal" -mindepth 1 -maxdepth 1 -printf '%f\n' 2>/dev/null | LC_ALL=C sort | tail -n 1)
+    [ -n "$id" ] || return 0
+    rm -rf "$W/killed" && cp -a "$T" "$W/killed" && mapfile -t envs < <(orv_env)
+    env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" undo "$id" -f </dev/null >"$W/check" 2>&1
+    st=$?
+    if [ $st -ne 0 ]; then REFUSED=$((REFUSED + 1)) && [ $st -eq 255 ] && diff -r "$W/killed" "$T" >>"$W/check"; return; fi
+    UNDONE=$((UNDONE + 1))
+    [ "$(files "$T")" = "$(files "$W/old")" ] || return 1
+    for f in $(files "$T"); do same "$T/$f" "$W/old/$f" || { echo "not as before: $f" >>"$W/check"; return 1; }; done
 }
 fail() { echo "  $CASE: $*" && sed 's/^/    | /' "$W/out" && FAILS=$((FAILS + 1)); }
 # reported PATTERN PATH: an output line matches PATTERN and its \1 names PATH (resolved).
@@ -192,6 +208,7 @@ for name in "$@"; do
 for p in sys.argv[1:]:
     if os.path.isfile(p): fcntl.lockf(open(p, "r+"), fcntl.LOCK_EX | fcntl.LOCK_NB)' "${CHANGED[@]/#/$T/}" 2>/dev/null ||
             fail "a lock outlived the run"
+        undo_killed || fail "the undo of the killed run's record: $(cat "$W/check")"
         KILLS=$((KILLS + 1))
         [[ " write fallocate fsync ftruncate " == *" $call "* && $path != - ]] || continue
         errnos=(ENOSPC EIO) && [ "$call" != fallocate ] || errnos+=(EOPNOTSUPP)
@@ -233,5 +250,5 @@ for p in sys.argv[1:]:
     reported "Cannot write file \(.*\)\.$" "$T/${CHANGED[0]}.tmp" || fail "no \"Cannot write file $T/${CHANGED[0]}.tmp.\""
     echo "$name: $((KILLS - k0)) kill points, $((FAULTS - f0)) write faults, ulimit -f (${#TRACKED[@]} files tracked)"
 done
-echo "kill points: $KILLS; write faults: $FAULTS; torn files: $TORN; failed: $FAILS"
+echo "kill points: $KILLS (killed runs undone: $UNDONE, undo refused: $REFUSED); write faults: $FAULTS; torn files: $TORN; failed: $FAILS"
 [ "$FAILS" -eq 0 ]

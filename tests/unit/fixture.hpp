@@ -46,6 +46,8 @@ class TempDirTest : public ::testing::Test {
         char name[] = "/tmp/orv_unit.XXXXXX";
         ASSERT_NE(mkdtemp(name), nullptr);
         dir_ = name;
+        // A run's journal (when a case journals) stays in the case's directory.
+        ::setenv("ORVCONFIG_STATE_DIR", path("state").c_str(), 1);
     }
     void TearDown() override { std::filesystem::remove_all(dir_); }
     std::string path(const std::string& rel) const { return dir_ + "/" + rel; }
