@@ -6,34 +6,19 @@ orvconfig(1): no formatter warning, man -l renders it, it documents what the bin
   NAME,SYNOPSIS,DESCRIPTION,SUBCOMMANDS,OPTIONS,ENVIRONMENT,FILES,EXIT STATUS,EXAMPLES,WHAT ORVCONFIG NEVER DOES,SAFETY,DIAGNOSTICS
   $ page() { mandoc -Tascii -O width=80 "$P" | col -b; }; entries() { page | sed -n "/^$1\$/,/^[A-Z]/p" | grep -E '^       [^ ]' | sed 's/^ *//'; }
   $ page | sed -n '/^SYNOPSIS$/,/^DESCRIPTION$/s/^ \{1,\}//p' | paste -sd'|'
-<<<<<<< HEAD
-  orvconfig [--dry-run] subcommand [operand...]|orvconfig masterlist host_name[,host_name,...] [-f]|orvconfig join master_name [-f]|orvconfig mghost shared_top [-f]|orvconfig mghost vos | kirn | zt [-f]|orvconfig unsetmghost [-f]|orvconfig setbaseport base_port_no|orvconfig hovhdfsport show|orvconfig hovhdfsport set port_no|orvconfig addresourceattr "[resource resource_name] [resourcemap|value*resource_name] ..."|orvconfig check [--json]|orvconfig -h|orvconfig -V
+  orvconfig [--dry-run] subcommand [operand...]|orvconfig masterlist host_name[,host_name,...] [-f]|orvconfig join master_name [-f]|orvconfig mghost shared_top [-f]|orvconfig mghost vos | kirn | zt [-f]|orvconfig unsetmghost [-f]|orvconfig setbaseport base_port_no|orvconfig hovhdfsport show|orvconfig hovhdfsport set port_no|orvconfig addresourceattr "[resource resource_name] [resourcemap|value*resource_name] ..."|orvconfig check [--json]|orvconfig history [run_id]|orvconfig undo [run_id] [-f]|orvconfig -h|orvconfig -V
   $ entries SUBCOMMANDS | paste -sd,; for s in OPTIONS ENVIRONMENT 'EXIT STATUS'; do entries "$s" | grep -E '^(-|[A-Z_]+$|[0-9]+ )' | cut -d' ' -f1 | paste -sd,; done
-  masterlist host_name[,host_name,...],join master_name,mghost shared_top,mghost vos | kirn | zt,unsetmghost,setbaseport base_port_no,hovhdfsport show,hovhdfsport set port_no,addresourceattr tags,check [--json]
-  --dry-run,-f,-h,-V
-  ORV_CONFDIR,ORV_LOCAL_CONFDIR,ORV_TOP,VOS_ENVDIR,ORVCONFIG_LOCK_WAIT
-  0,1,255
-  $ page | sed -n '/^EXAMPLES$/,/^[A-Z]/p' | grep -oE 'orvconfig [a-z]+( (show|set))?' | sort -u | paste -sd,
-  orvconfig addresourceattr,orvconfig check,orvconfig hovhdfsport set,orvconfig hovhdfsport show,orvconfig join,orvconfig masterlist,orvconfig mghost,orvconfig setbaseport,orvconfig unsetmghost
-
-Every subcommand that -h lists has an entry, and check (which -h leaves out); the title
-line carries the project's version.
-
-  $ diff <({ "$ORVCONFIG" -h | sed -n 's/^   \([a-z][a-z]*\).*/\1/p'; echo check; } | sort -u) <(entries SUBCOMMANDS | cut -d' ' -f1 | sort -u) && echo same
-=======
-  orvconfig [--dry-run] subcommand [operand...]|orvconfig masterlist host_name[,host_name,...] [-f]|orvconfig join master_name [-f]|orvconfig mghost shared_top [-f]|orvconfig mghost vos | kirn | zt [-f]|orvconfig unsetmghost [-f]|orvconfig setbaseport base_port_no|orvconfig hovhdfsport show|orvconfig hovhdfsport set port_no|orvconfig addresourceattr "[resource resource_name] [resourcemap|value*resource_name] ..."|orvconfig history [run_id]|orvconfig undo [run_id] [-f]|orvconfig -h|orvconfig -V
-  $ entries SUBCOMMANDS | paste -sd,; for s in OPTIONS ENVIRONMENT 'EXIT STATUS'; do entries "$s" | grep -E '^(-|[A-Z_]+$|[0-9]+ )' | cut -d' ' -f1 | paste -sd,; done
-  masterlist host_name[,host_name,...],join master_name,mghost shared_top,mghost vos | kirn | zt,unsetmghost,setbaseport base_port_no,hovhdfsport show,hovhdfsport set port_no,addresourceattr tags,history [run_id],undo [run_id] [-f]
+  masterlist host_name[,host_name,...],join master_name,mghost shared_top,mghost vos | kirn | zt,unsetmghost,setbaseport base_port_no,hovhdfsport show,hovhdfsport set port_no,addresourceattr tags,check [--json],history [run_id],undo [run_id] [-f]
   --dry-run,-f,-h,-V
   ORV_CONFDIR,ORV_LOCAL_CONFDIR,ORV_TOP,VOS_ENVDIR,ORVCONFIG_LOCK_WAIT,ORVCONFIG_STATE_DIR,ORVCONFIG_JOURNAL_KEEP,ORVCONFIG_JOURNAL
-  0,255
+  0,1,255
   $ page | sed -n '/^EXAMPLES$/,/^[A-Z]/p' | grep -oE 'orvconfig [a-z]+( (show|set))?' | sort -u | paste -sd,
-  orvconfig addresourceattr,orvconfig history,orvconfig hovhdfsport set,orvconfig hovhdfsport show,orvconfig join,orvconfig masterlist,orvconfig mghost,orvconfig setbaseport,orvconfig undo,orvconfig unsetmghost
+  orvconfig addresourceattr,orvconfig check,orvconfig history,orvconfig hovhdfsport set,orvconfig hovhdfsport show,orvconfig join,orvconfig masterlist,orvconfig mghost,orvconfig setbaseport,orvconfig undo,orvconfig unsetmghost
 
-Every subcommand that -h lists has an entry, and the journal's two that it does not; the title line carries the project's version.
+Every subcommand that -h lists has an entry, and check, history and undo (which -h leaves
+out); the title line carries the project's version.
 
-  $ diff <({ "$ORVCONFIG" -h | sed -n 's/^   \([a-z][a-z]*\).*/\1/p'; printf '%s\n' history undo; } | sort -u) <(entries SUBCOMMANDS | cut -d' ' -f1 | sort -u) && echo same
->>>>>>> i22
+  $ diff <({ "$ORVCONFIG" -h | sed -n 's/^   \([a-z][a-z]*\).*/\1/p'; printf '%s\n' check history undo; } | sort -u) <(entries SUBCOMMANDS | cut -d' ' -f1 | sort -u) && echo same
   same
   $ v=$(sed -n 's/^project(orvconfig VERSION \([0-9.]*\).*/\1/p' "$ORV_SOURCE_DIR/CMakeLists.txt"); grep -c "^\.TH ORVCONFIG 1 \"[0-9-]*\" \"orvconfig $v\" " "$P"
   1
