@@ -142,6 +142,7 @@ tmpfs_edit() {
     # Three whole pages: the new text needs a fourth.
     printf '%s%s%s\n' "$open" "$(head -c $((12288 - $(wc -c <"$file") - ${#open} - ${#close} - 1)) /dev/zero | tr '\0' x)" "$close" >>"$file"
     rm -rf "$W/old" "$W/new" && cp -a "$T" "$W/old" && mapfile -t envs < <(orv_env)
+    envs+=("ORVCONFIG_STATE_DIR=$W/state") # the journal off the small disk: only the edit fills it
     env -i PATH="$PATH" "${envs[@]}" "$ORVCONFIG" "${ARGS[@]}" </dev/null >"$W/out" 2>&1 || { fail "the clean run failed" && return; }
     cp -a "$T" "$W/new"
     for f in $( (files "$W/old"; files "$W/new") | LC_ALL=C sort -u); do
