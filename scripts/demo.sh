@@ -244,6 +244,17 @@ step unsetmghost -f
 say "Every change was journaled: hostB looks at its last run and undoes it."
 step history
 step undo -f
+
+say "Before the daemons restart, each host checks that its configuration hangs together."
+as_host hostA "$SANDBOX/share/kernel/conf"
+step check
+as_host hostB "$SANDBOX/share/kernel/conf"
+step check
+say "hostB's own port block stayed behind when the master moved the shared one: it moves it too."
+step setbaseport 26869
+step check
+as_host hostC
+step check
 as_host hostA "$SANDBOX/share/kernel/conf"
 
 if [ "${KEEP_SANDBOX:-0}" = 1 ]; then
