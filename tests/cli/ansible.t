@@ -23,7 +23,7 @@ mode predicts the changes and writes nothing, the real run makes them, a repeat 
 The module's documentation renders: its name, options and return values.
 
   $ ansible-doc -t module orvconfig | sed -n 's/^> \(ORVCONFIG\) .*/\1/p; s/^\([=-] [a-z]*\).*/\1/p' | paste -sd' '
-  ORVCONFIG - args - binary = subcommand - name - name - directories - files - rc - stdout
+  ORVCONFIG - args - binary = subcommand - name - name - name - cluster - counts - directories - files - findings - rc - role - stdout
   $ play() { ansible-playbook -i inventory.yml playbook.yml "$@" >out
   >   sed -n 's/^\(host[A-C]\) *: .* changed=\([0-9]*\) .* failed=\([0-9]*\) .*/\1 changed=\2 failed=\3/p' out | paste -sd' '; }
   $ state() { find host? -printf "%p %s %T@\n" | LC_ALL=C sort; }; state >before

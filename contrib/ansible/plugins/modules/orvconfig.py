@@ -12,6 +12,8 @@ description:
   - In check mode the subcommand runs with C(--dry-run), which makes every check of the real
     run and writes nothing. C(changed) is true exactly when a file would change (or changed).
   - With C(--diff), the files changed are returned as before/after texts.
+  - C(subcommand=check) runs the read-only report; it never reports C(changed), fails when
+    the report holds errors, and returns the findings as data.
   - The environment of the cluster kernel (C(ORV_CONFDIR), C(ORV_LOCAL_CONFDIR), C(ORV_TOP),
     C(VOS_ENVDIR)) comes from the task's C(environment).
 options:
@@ -19,7 +21,8 @@ options:
     description: The subcommand.
     required: true
     type: str
-    choices: [masterlist, join, mghost, unsetmghost, setbaseport, hovhdfsport, addresourceattr]
+    choices: [masterlist, join, mghost, unsetmghost, setbaseport, hovhdfsport, addresourceattr,
+              check]
   args:
     description: The operands of the subcommand, in order.
     type: list
@@ -42,6 +45,10 @@ EXAMPLES = r"""
   orvconfig:
     subcommand: addresourceattr
     args: ["[resource scvg]"]
+
+- name: Check every host before restarting the daemons
+  orvconfig:
+    subcommand: check
 """
 
 RETURN = r"""
@@ -63,6 +70,23 @@ directories:
   type: list
   elements: str
   returned: always
+role:
+  description: This host's role in its cluster, as check names it.
+  type: str
+  returned: when subcommand is check
+cluster:
+  description: The cluster's name, as check reads it.
+  type: str
+  returned: when subcommand is check
+counts:
+  description: The numbers of errors and warnings that check found.
+  type: dict
+  returned: when subcommand is check
+findings:
+  description: What check found, each with level, path, line, a stable code and text.
+  type: list
+  elements: dict
+  returned: when subcommand is check
 """
 
 import json
