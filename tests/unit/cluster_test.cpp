@@ -18,10 +18,6 @@ TEST(ClusterFile, NewHostLineLayout) {
         std::string header, host, resources, out;
     } rows[] = {
         {kHeader, "hostD", "(linux)", "hostD     " + kTail + "(linux)                "},
-        {.header = kHeader,
-         .host = "averylonghost",
-         .resources = "(linux mg)",
-         .out = "averylonghost " + kTail + "(linux mg)             "},
         {"HOSTNAME", "ninechars", "()", "ninechars "},
         {"HOSTNAME", "tencharsxx", "()", "tencharsxx "},
         {lower, "n1", "(l)", "n1        !            -   (l)                    "},
@@ -139,10 +135,6 @@ TEST_F(ClusterFileOnDisk, InsertAndRemove) {
          .host = "nodeq1",
          .before = head + nodeq1Lines + "nodeq10 (l)\n   NodeQ1   (x)\nEnd Host\nnodeq1 out\n",
          .after = head + "#nodeq1 (old)\nnodeq10 (l)\nEnd Host\nnodeq1 out\n"},
-        {.edit = removeCluster,
-         .host = "nodeq2",
-         .before = head + "nodeq1 (linux)\nEnd Host\n",
-         .after = head + "nodeq1 (linux)\nEnd Host\n"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.host + " in " + test::shown(row.before));

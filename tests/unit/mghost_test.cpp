@@ -28,7 +28,6 @@ TEST(ChangeScript, LineGrammar) {
         {" file|a b|c |Y", Copy, Parsed, {" file", "a b", "c ", "Y"}},
         {"|||", Copy, Parsed, {"", "", "", ""}},
         {"file|/a#b|/c|y", Copy, Comment},
-        {"#file|a|b|y", Copy, Comment},
         {op19 + "|a|b|c", Copy, Parsed, {op19, "a", "b", "c"}},
         {op19 + "o|a|b|c", Copy, Malformed},
         {op39 + "|f|a|b", Copy, Malformed},
