@@ -50,14 +50,13 @@ set: into the profiles there are (none is fine), up to 65535 although the messag
 
 Refusals: not plain digits (before the environment is looked at), out of range, a busy port.
 
-  $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 9000x +9000 1024 65536 4294976296 "' 9000'" "''"
+  $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 9000x +9000 1024 65536 4294976296 "' 9000'"
   hovhdfsport set 9000x: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set +9000: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set 1024: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set 65536: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set 4294976296: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set ' 9000': Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  hovhdfsport set '': Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   $ ORV_UNSET=ORV_CONFDIR each 'hovhdfsport set' 9z 1024; orv_hold_ports $B; each 'hovhdfsport set' $B | rel
   hovhdfsport set 9z: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set 1024: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
