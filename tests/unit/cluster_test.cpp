@@ -37,7 +37,6 @@ TEST(ClusterFile, RemadeHostLineLayout) {
         std::string header, line;
         std::optional<std::string> out;  // nullopt: the line cannot be re-made (-1)
     } rows[] = {
-        {kHeader, "hostB ! ! 1 - - - (linux)", hostB + "(mg linux)"},
         {kHeader, "hostB  !  ! 1 - - - (linux mg)", hostB + "(linux mg)"},
         {kHeader, "hostB ! ! 1 - - - (linux mg) (x)", hostB + "(linux mg) (x)"},
         {kHeader, "hostB ! ! 1 - - - (linux x86) extra", hostB + "(mg linux x86)"},
