@@ -23,9 +23,8 @@ join: a new cluster (orv.conf, cluster file, resource group), an existing one, n
   @@ -7 +7 @@
   -hostA  ! ! 1 - - - (linux old)
   +hostA     !        !            1     -    -    -   (linux)
-  $ fixture; each join hostB hostC; ANSWERS=n each join hostA
+  $ fixture; each join hostB; ANSWERS=n each join hostA
   join hostB: You are about to join this host to a cluster with master host hostB.  Do you want to continue? [y/n]No change [0]
-  join hostC: You are about to join this host to a cluster with master host hostC.  Do you want to continue? [y/n]No change [0]
   join hostA: You are about to create a new cluster with this host as the master host.  Do you want to continue? [y/n]No change [0]
   $ fixture; each join "' hostB	' -f"; fixture; ORV_HOSTNAME=hostC.lab.local ANSWERS=y each join hostB.lab.local
   join ' hostB\t' -f: The host hostA has joined the cluster cluster1. [0] (esc)
