@@ -302,8 +302,10 @@ TEST_F(Text, SelectedLinesRewriteAsEveryLine) {
 
 // Every rewrite reads and commits through one path: a missing file, a directory or a FIFO
 // is reported and never waited on; a link at the ".tmp" is never followed; a file that
-// cannot be written stays as it was. Proven for one primitive of each way of naming a ".tmp"
-// that cannot be made (the file, or the ".tmp" itself).
+// cannot be written stays as it was (proven for one primitive of each way of naming a ".tmp"
+// that cannot be made: the file, or the ".tmp" itself). A failed ".tmp" write loses nothing;
+// a no-op writes nothing; a rewrite keeps the inode, hard links and mode, and edits through
+// a symbolic link.
 TEST_F(Text, SafetyRulesOfEveryRewrite) {
     ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
     for (const Primitive edit : {replaceString, replaceString3}) {
@@ -329,11 +331,6 @@ TEST_F(Text, SafetyRulesOfEveryRewrite) {
         EXPECT_FALSE(exists(file + ".tmp"));
         ASSERT_EQ(::unlink(file.c_str()), 0);
     }
-}
-
-// A failed ".tmp" write loses nothing; a no-op writes nothing; a rewrite keeps the inode,
-// hard links and mode, and edits through a symbolic link.
-TEST_F(Text, RewritesLoseNothingAndKeepTheFile) {
     const std::string file = write("orv.conf", "A=1\n#\tkeep   me\nB=2");
     const Ran run =
         inChild([&] { return replaceString(file, "A=", "A=" + std::string(5000, 'v')); },
