@@ -101,6 +101,7 @@ TEST_F(ClusterFileOnDisk, Readers) {
 
 TEST_F(ClusterFileOnDisk, InsertAndRemove) {
     const std::string head = "Begin Host\nHOSTNAME RESOURCES\n";
+    const auto inHead = [&head](const std::string& lines) { return head + lines + "End Host\n"; };
     const std::string hosts = "Begin Host\n" + kHeader + "\n";
     const std::string admins = "Begin ClusterAdmins\nEnd ClusterAdmins\n";
     const std::string nodeq1Lines = "nodeq1 (linux)\nnodeq1.lab.local (mg)\n#nodeq1 (old)\n";
@@ -122,14 +123,8 @@ TEST_F(ClusterFileOnDisk, InsertAndRemove) {
          .host = "nodeq2",
          .before = hosts + "#nodeq2 (x)\nnodeq2\t! ! 1 - - - (linux)\nEnd Host\n",
          .after = hosts + "#nodeq2 (x)\nnodeq2    " + kTail + "(mg linux)\nEnd Host\n"},
-        {.edit = insertClusterShared,
-         .host = "NODEQ7",
-         .before = head + "nodeq7.lab.local (linux)\nEnd Host\n",
-         .after = head + "nodeq7.lab.local (mg linux)\nEnd Host\n"},
-        {.edit = insertClusterShared,
-         .host = "nodeq7",
-         .before = head + "nodeq7 (linux\nEnd Host\n",
-         .after = head + "nodeq7 (linux\nEnd Host\n"},
+        {insertClusterShared, "NODEQ7", inHead("nodeq7.lab (l)\n"), inHead("nodeq7.lab (mg l)\n")},
+        {insertClusterShared, "nodeq7", inHead("nodeq7 (linux\n"), inHead("nodeq7 (linux\n")},
         {.edit = removeCluster,
          .host = "nodeq1",
          .before = head + nodeq1Lines + "nodeq10 (l)\n   NodeQ1   (x)\nEnd Host\nnodeq1 out\n",

@@ -54,9 +54,7 @@ TEST_F(ResourcesFiles, Merge) {
     const struct {
         std::string before, add, after;
     } rows[] = {
-        {.before = "ORV_WORKDIR=/opt/orv",
-         .add = "[resource scvg]",
-         .after = "ORV_WORKDIR=/opt/orv\n" + key + "\"[resource scvg]\"\n"},
+        {"ORV_WORKDIR=/opt", "[resource a]", "ORV_WORKDIR=/opt\n" + key + "\"[resource a]\"\n"},
         {.before = "#" + key + "\"[resource old]\"\n   " + key + "\"[tag x]\"   #  site\n\tK=1\n",
          .add = "[resource y]",
          .after =

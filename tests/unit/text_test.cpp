@@ -360,27 +360,20 @@ TEST_F(Text, SafetyRulesOfEveryRewrite) {
 
 TEST_F(Text, XmlValueReplaced) {
     const std::string env = "<env name=\"OSC_PORT\">";
-    const std::string runOn = std::string(25, 'o') + "\n<x>" + std::string(30, 'y') + "\n";
+    const std::string nine = env + "9</env>\n", attribute = "<a OSC_PORT=\"x\">";
+    const std::string hidden = "<!-- " + env + "7</env> -->\n<![CDATA[OSC_PORT>1<]]>\n";
+    const std::string runOn =
+        std::string(25, 'o') + "\n<x>" + std::string(30, 'y') + "\n" + std::string(34, 'z');
     const struct {
         std::string before, value, after;
     } rows[] = {
-        {.before = "<p>\n    " + env + "7000</env>\n\t" + env + "7001</env>  \n</p>",
-         .value = "9000",
-         .after = "<p>\n    " + env + "9000</env>\n " + env + "9000</env>\n</p>\n"},
-        {.before = "<!-- " + env + "7000</env> -->\n<![CDATA[OSC_PORT>1<]]>\n",
-         .value = "9",
-         .after = "<!-- " + env + "7000</env> -->\n<![CDATA[OSC_PORT>1<]]>\n"},
+        {"    " + env + "7</env>\n\t" + env + "8</env>  \n", "9", "    " + nine + " " + nine},
+        {hidden, "9", hidden},
         {env + "</env>\n", "9000", env + "9000</env>\n"},
-        {.before = "<a OSC_PORT=\"x\">1</a><b>OSC_PORT>2</b>\n",
-         .value = "9",
-         .after = "<a OSC_PORT=\"x\">9</a><b>OSC_PORT>2</b>\n"},
-        {.before = "<env name=\"OSC_PORT\"\n  >7000\n</env>\n<o>1</o>\n",
-         .value = "9000",
-         .after = env + "9000\n\n</env>\n<o>1</o>\n"},
+        {attribute + "1</a><b>OSC_PORT>2</b>\n", "9", attribute + "9</a><b>OSC_PORT>2</b>\n"},
+        {"<env name=\"OSC_PORT\"\n  >7000\n</env>\n<o/>\n", "9000", env + "9000\n\n</env>\n<o/>\n"},
         {"<env name=\"OSC_PORT\" />\n<next/>\n", "9000", "<env name=\"OSC_PORT\" />9000\n\n"},
-        {.before = env + "7000\n" + runOn + std::string(34, 'z') + "</env>\n<n>1</n>\n",
-         .value = "9000",
-         .after = env + "9000\n</env>\n<n>1</n>\n"},
+        {env + "7000\n" + runOn + "</env>\n<n>1</n>\n", "9000", env + "9000\n</env>\n<n>1</n>\n"},
         {"<e OSC_PORT>7\nold text that is long\n", "9000", "<e OSC_PORT>9000\n"},
         {"<e OSC_PORT>1</e>\n", "a  b\t", "<e OSC_PORT>a  b </e>\n"},
     };
