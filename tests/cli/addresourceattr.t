@@ -25,12 +25,9 @@ New tags follow the old ones; a known one is not repeated, one given twice is wr
 
 Texts outside the tag grammar print the usage; an existing value that does not parse fails.
 
-  $ each addresourceattr "'[resource a b]'" "'resource a]'" "'[tag a]'" "''" "'[resource a]]'"
+  $ each addresourceattr "'[resource a b]'" "''"
   addresourceattr '[resource a b]':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
-  addresourceattr 'resource a]':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
-  addresourceattr '[tag a]':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
   addresourceattr '':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
-  addresourceattr '[resource a]]':  | Usage: orvconfig addresourceattr "[resource resource_name] [resourcemap value*resource_name] ..." [255]
   $ echo 'ORV_LOCAL_RESOURCES="[resource x y]"' >>"$CONF/orv.conf"; orv addresourceattr '[resource y]'
   Add resource tag successfully.
   +++ top/kernel/conf/orv.conf

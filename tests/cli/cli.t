@@ -81,41 +81,32 @@ wrong count or word (exit 255, stdout only, nothing changed).
   hovhdfsport set [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
   hovhdfsport show -f [255] |Usage: orvconfig hovhdfsport <show|set> <port>|
 
-Each subcommand checks the environment and the administrator before it reads or writes.
+The environment and the administrator are checked before anything is read or written: one
+check, shown here for each way into it (join and addresourceattr show the default one).
 
-  $ all=('join hostA -f' 'masterlist hostA' 'unsetmghost -f' 'setbaseport 20000' 'hovhdfsport show' 'hovhdfsport set 9000')
+  $ all=('masterlist hostA' 'unsetmghost -f' 'setbaseport 20000')
   $ ORV_UNSET=ORV_CONFDIR each '' "${all[@]}" 'mghost /s -f'
-  join hostA -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
   masterlist hostA: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
   unsetmghost -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
   setbaseport 20000: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
-  hovhdfsport show: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
-  hovhdfsport set 9000: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]
   mghost /s -f: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Warning: Cannot find the .install configuration, the old version will be running | Command failed. [255]
-  $ ORV_UNSET=ORV_LOCAL_CONFDIR each '' 'mghost /s -f' 'unsetmghost -f' 'setbaseport 20000' 'hovhdfsport show'
+  $ ORV_UNSET=ORV_LOCAL_CONFDIR each '' 'mghost /s -f' 'unsetmghost -f' 'setbaseport 20000'
   mghost /s -f: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Warning: Cannot find the .install configuration, the old version will be running | Command failed. [255]
   unsetmghost -f: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
   setbaseport 20000: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
-  hovhdfsport show: The cluster local configuration directory cannot be found because the environment variable ORV_LOCAL_CONFDIR is not defined.  On unix, source the environment before running orvconfig. | Command failed. [255]
   $ : >"$T/plainfile"; ORV_CONFDIR_DIR=$T/plainfile each '' 'join hostA' 'setbaseport 20000'; ORV_CONFDIR_DIR=$T/missing each '' 'setbaseport 20000'
   join hostA: The cluster configuration directory cannot be used because the environment variable ORV_CONFDIR is not set to a valid directory. | Command failed. [255]
   setbaseport 20000: The cluster configuration directory cannot be used because the environment variable ORV_CONFDIR is not set to a valid directory. | Command failed. [255]
   setbaseport 20000: Command failed. [255]
   $ sed -i 's/^Administrators = .*/Administrators = root,orvadmin/' "$CONF/orv.cluster.cluster1"; each '' "${all[@]}"
-  join hostA -f: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
   masterlist hostA: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
   unsetmghost -f: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
   setbaseport 20000: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
-  hovhdfsport show: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
-  hovhdfsport set 9000: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
   $ fixture; ORV_LOGIN=OrvAdmin; orv_write_nss; each '' 'hovhdfsport show'
   hovhdfsport show: You must be cluster administrator [orvadmin] to use orvconfig. | Command failed. [255]
   $ fixture; rm "$CONF/orv.cluster.cluster1"; each '' 'setbaseport 20000'
   setbaseport 20000: Cannot open the file $T/top/kernel/conf/orv.cluster.cluster1. | Command failed. [255]
   $ fixture; printf 'Begin Cluster\nClusterName\nEnd Cluster\n' >"$CONF/orv.shared"; each '' "${all[@]}"
-  join hostA -f: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
   masterlist hostA: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
   unsetmghost -f: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
   setbaseport 20000: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
-  hovhdfsport show: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]
-  hovhdfsport set 9000: Cannot get cluster name. The cluster does not work properly. The orv.shared file may be corrupt. | Command failed. [255]

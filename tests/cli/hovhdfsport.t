@@ -18,22 +18,14 @@ show: the NameNode's port as far as its number goes, 0 without profile or elemen
   $ setup shared; hdfs "$S" 8020; hdfs "$SSERVICES" 9000; orv hovhdfsport show
   9000 will be used as the HDFS service port, set as HOV_HDFS_PORT.
 
-set: into the profiles there are (none is fine), up to 65535 although the message says 65532.
+set: the profiles there are (one hunk each; none is fine), up to 65535 though the message says 65532
 
-  $ setup plain; hdfs "$S" 8020; orv hovhdfsport set $B | rel; orv hovhdfsport show | rel
+  $ setup plain; hdfs "$S" 8020; orv hovhdfsport set $B | rel | tee set | names; grep -v '^+++\|^C' set | LC_ALL=C sort | uniq -c; orv hovhdfsport show | rel
   Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B.
-  +++ top/oservice/osc/conf/services/datanode.xml
-  @@ -4 +4 @@
-  -    <Environment name="HOV_HDFS_PORT">8020</Environment>
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/namenode.xml
-  @@ -4 +4 @@
-  -    <Environment name="HOV_HDFS_PORT">8020</Environment>
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
-  +++ top/oservice/osc/conf/services/secondarynode.xml
-  @@ -4 +4 @@
-  -    <Environment name="HOV_HDFS_PORT">8020</Environment>
-  +    <Environment name="HOV_HDFS_PORT">B</Environment>
+  +++ top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
+        3 +    <Environment name="HOV_HDFS_PORT">B</Environment>
+        3 -    <Environment name="HOV_HDFS_PORT">8020</Environment>
+        3 @@ -4 +4 @@
   B will be used as the HDFS service port, set as HOV_HDFS_PORT.
   $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 000$B | rel | names
   hovhdfsport set B: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B. [0]
@@ -42,22 +34,19 @@ set: into the profiles there are (none is fine), up to 65535 although the messag
   hovhdfsport set B: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B. [0]
   +++ top/oservice/osc/conf/services/datanode.xml
   hovhdfsport set B: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is B. [0]
-  $ setup plain; hdfs "$S" 8020; orv_ports_free 65532 4 || echo "ports 65532-65535 busy"; each 'hovhdfsport set' 65532 65535 | names
-  hovhdfsport set 65532: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is 65532. [0]
-  +++ top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
+  $ setup plain; hdfs "$S" 8020; orv_ports_free 65535 1 || echo "port 65535 busy"; each 'hovhdfsport set' 65535 | names
   hovhdfsport set 65535: Communication ports have changed. The HDFS service port (HOV_HDFS_PORT) is 65535. [0]
   +++ top/oservice/osc/conf/services/datanode.xml top/oservice/osc/conf/services/namenode.xml top/oservice/osc/conf/services/secondarynode.xml
 
 Refusals: not plain digits (before the environment is looked at), out of range, a busy port.
 
-  $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 9000x +9000 1024 65536 4294976296 "' 9000'" "''"
+  $ setup plain; hdfs "$S" 8020; each 'hovhdfsport set' 9000x +9000 1024 65536 4294976296 "' 9000'"
   hovhdfsport set 9000x: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set +9000: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set 1024: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set 65536: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set 4294976296: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set ' 9000': Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
-  hovhdfsport set '': Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   $ ORV_UNSET=ORV_CONFDIR each 'hovhdfsport set' 9z 1024; orv_hold_ports $B; each 'hovhdfsport set' $B | rel
   hovhdfsport set 9z: Invalid port number. The HDFS service port number (HOV_HDFS_PORT) must be greater than 1024 but lower than 65532. | Command failed. [255]
   hovhdfsport set 1024: The cluster configuration directory cannot be found because the environment variable ORV_CONFDIR is not defined. On unix, source the environment before running orvconfig. | Command failed. [255]

@@ -23,9 +23,8 @@ join: a new cluster (orv.conf, cluster file, resource group), an existing one, n
   @@ -7 +7 @@
   -hostA  ! ! 1 - - - (linux old)
   +hostA     !        !            1     -    -    -   (linux)
-  $ fixture; each join hostB hostC; ANSWERS=n each join hostA
+  $ fixture; each join hostB; ANSWERS=n each join hostA
   join hostB: You are about to join this host to a cluster with master host hostB.  Do you want to continue? [y/n]No change [0]
-  join hostC: You are about to join this host to a cluster with master host hostC.  Do you want to continue? [y/n]No change [0]
   join hostA: You are about to create a new cluster with this host as the master host.  Do you want to continue? [y/n]No change [0]
   $ fixture; each join "' hostB	' -f"; fixture; ORV_HOSTNAME=hostC.lab.local ANSWERS=y each join hostB.lab.local
   join ' hostB\t' -f: The host hostA has joined the cluster cluster1. [0] (esc)
@@ -53,14 +52,13 @@ A host in a cluster may name a master of its own list again (no change), no othe
 
 Refusals of the argument (an address before the environment), the caller, the configuration.
 
-  $ fixture; ORV_UNSET=ORV_CONFDIR each join "10.1.2.3 -f" "' 10.0.0.2 ' -f"; each join "'' -f" "'   ' -f" "'host B' -f" 'ghost -f' '10.0.0 -f'
+  $ fixture; ORV_UNSET=ORV_CONFDIR each join "10.1.2.3 -f" "' 10.0.0.2 ' -f"; each join "'' -f" "'   ' -f" "'host B' -f" 'ghost -f'
   join 10.1.2.3 -f: IP address is not supported. Specify a valid host name. | Command failed. [255]
   join ' 10.0.0.2 ' -f: IP address is not supported. Specify a valid host name. | Command failed. [255]
   join '' -f: You have not input any master host. Specify the name of the master host. | Command failed. [255]
   join '   ' -f: You have not input any master host. Specify the name of the master host. | Command failed. [255]
   join 'host B' -f: [host B] is not a valid host name. | Command failed. [255]
   join ghost -f: [ghost] is not a valid host name. | Command failed. [255]
-  join 10.0.0 -f: [10.0.0] is not a valid host name. | Command failed. [255]
   $ sed -i 's/^Administrators = .*/Administrators = root,orvadmin/' "$CONF/orv.cluster.cluster1"; each join "'' -f"
   join '' -f: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
   $ fixture; echo 'ORV_LOCAL_RESOURCES="[resourcemap 1*x] [resource svrscvg]"' >>"$CONF/orv.conf"; each join 'hostA -f' 'hostB -f'

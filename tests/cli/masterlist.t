@@ -14,13 +14,10 @@ masterlist: stored with blanks, echoed as typed, mirrored into vos.conf, each na
   $ each masterlist ',hostB,,hostC, -f' | grep -v '^[-@]\|^+++'
   masterlist ,hostB,,hostC, -f: The master host failover order is ,hostB,,hostC,. To make changes take effect, restart ORV on the master host with the command orvsh orv restart. [0]
   +ORV_MASTER_LIST="hostB hostC"
-  $ each masterlist hostA,10.0.0.2 hostA,ghost,10.0.0.2 0x0a.0.0.1,ghost hostA,10.1 hostA,hostB,hostB.lab.local hostA,HOSTA hostB.lab.local,hostC,hostb hostA,hostD ,,, hostA,hostC
+  $ each masterlist hostA,10.0.0.2 hostA,ghost,10.0.0.2 hostA,hostB,hostB.lab.local hostB.lab.local,hostC,hostb hostA,hostD ,,, hostA,hostC
   masterlist hostA,10.0.0.2: [10.0.0.2] is not a valid host name. | Command failed. [255]
   masterlist hostA,ghost,10.0.0.2: [ghost] is not a valid host name. | Command failed. [255]
-  masterlist 0x0a.0.0.1,ghost: [0x0a.0.0.1] is not a valid host name. | Command failed. [255]
-  masterlist hostA,10.1: [10.1] is not a valid host name. | Command failed. [255]
   masterlist hostA,hostB,hostB.lab.local: You have input the host "hostB.lab.local" more than once in the master list. Do not duplicate host names in the list. | Command failed. [255]
-  masterlist hostA,HOSTA: You have input the host "HOSTA" more than once in the master list. Do not duplicate host names in the list. | Command failed. [255]
   masterlist hostB.lab.local,hostC,hostb: You have input the host "hostb" more than once in the master list. Do not duplicate host names in the list. | Command failed. [255]
   masterlist hostA,hostD: The host hostD cannot be a master candidate because it is not a management host. Run "orvconfig mghost" to configure the host as a management host. | Command failed. [255]
   masterlist ,,,: You have not input any hosts in the master list. Specify the name of the master host and any master candidates. | Command failed. [255]

@@ -57,12 +57,11 @@ A candidate after the master runs only mgupdate.txt and joins as (linux mg); bef
 
 On a local directory: a relative path, vos, kirn and zt refused; not an administrator.
 
-  $ fixture master; mg_add_vos; mg_add_kirn; mg_add_zt; each mghost 'share -f' 'vos -f' 'kirn -f' 'zt -f' zt
+  $ fixture master; mg_add_vos; mg_add_kirn; mg_add_zt; each mghost 'share -f' 'vos -f' 'kirn -f' 'zt -f'
   mghost share -f:  You must input the absolute path to the shared directory.  | Command failed. [255]
   mghost vos -f: Please run orvconfig mghost SHARED_TOP [-f] firstly | Command failed. [255]
   mghost kirn -f: Please run orvconfig mghost SHARED_TOP [-f] firstly | Command failed. [255]
   mghost zt -f:  You must input the absolute path to the shared directory.  | Command failed. [255]
-  mghost zt:  You must input the absolute path to the shared directory.  | Command failed. [255]
   $ sed -i 's/^Administrators = .*/Administrators = root/' "$CONF/orv.cluster.cluster1"; each mghost "$SHARE -f"
   mghost $T/share -f: You must be cluster administrator [root] to use orvconfig. | Command failed. [255]
 

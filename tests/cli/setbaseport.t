@@ -37,12 +37,10 @@ Only existing profiles and keys are edited; a commented key line becomes the act
 
 Not plain digits: refused before anything is read; out of range: after the administrator check.
 
-  $ setup plain; ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR" each setbaseport 7a69 +5 0x401 '１０２５' "' 5'"
+  $ setup plain; ORV_UNSET="ORV_CONFDIR ORV_LOCAL_CONFDIR" each setbaseport 7a69 0x401 '１０２５'
   setbaseport 7a69: Invalid base port 7a69. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
-  setbaseport +5: Invalid base port +5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   setbaseport 0x401: Invalid base port 0x401. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   setbaseport \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95: Invalid base port \xef\xbc\x91\xef\xbc\x90\xef\xbc\x92\xef\xbc\x95. The base port must be larger than 1024 and less than 65532. | Command failed. [255] (esc)
-  setbaseport ' 5': Invalid base port  5. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   $ each setbaseport 1024 000001024 65532 4294968321 "''"; sed -i 's/= orvadmin/= someoneelse/' "$CONF/orv.cluster.cluster1"; each setbaseport 1024
   setbaseport 1024: Invalid base port 1024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]
   setbaseport 000001024: Invalid base port 000001024. The base port must be larger than 1024 and less than 65532. | Command failed. [255]

@@ -15,8 +15,7 @@ unsetmghost on hostB, a candidate promoted after the master hostA (fixture demot
   +ORV_WORKDIR=$T/top-hostB/kernel/work
   +ORV_CONFDIR=$ORV_TOP/kernel/conf
   +ORV_OSRVDIR=$ORV_TOP/oservice
-  $ fixture demote; ANSWERS=n each unsetmghost ''; each unsetmghost ''; ANSWERS="x Y y" orv unsetmghost | tee asked | sed '1s/^.*\[y\/n\]//' | cmp - demoted && grep -o '\[y/n\]' asked | wc -l
-  unsetmghost : The host will use configuration files on a local directory, instead of a shared directory.  Do you want to continue? [y/n]No changes. This host uses a shared configuration directory. [0]
+  $ fixture demote; each unsetmghost ''; ANSWERS="x Y y" orv unsetmghost | tee asked | sed '1s/^.*\[y\/n\]//' | cmp - demoted && grep -o '\[y/n\]' asked | wc -l
   unsetmghost : The host will use configuration files on a local directory, instead of a shared directory.  Do you want to continue? [y/n]No changes. This host uses a shared configuration directory. [0]
   3
 

@@ -25,7 +25,6 @@ TEST_F(Context, ClusterNameComesFromTheClusterSection) {
         {section + "End Cluster\nafter\n", std::nullopt},
         {"Begin Cluster\nEnd Cluster\nClusterName\nx\n", std::nullopt},
         {section, std::nullopt},
-        {"ClusterName\nc1\n", std::nullopt},
         {section + std::string("nul\0byte\n", 9), std::string("nul\0byte", 8)},
     };
     for (const auto& row : rows) {
@@ -66,22 +65,13 @@ TEST_F(Context, Administrators) {
                                     "\nEnd ClusterAdmins\n\nBegin Host\nEnd Host\n");
         const Ran run =
             inChild([&] { return checkExecuteUser(dir_.c_str(), "orv.cluster.c1", row.user); });
-        if (row.refused) {
-            EXPECT_RAN(
-                run, "You must be cluster administrator [" + *row.refused + "] to use orvconfig.\n",
-                255);
-        } else {
-            EXPECT_RAN(run, "", 1);
-        }
+        const std::string refusal = row.refused ? "You must be cluster administrator [" +
+                                                      *row.refused + "] to use orvconfig.\n"
+                                                : "";
+        EXPECT_RAN(run, refusal, row.refused ? 255 : 1);
     }
-    write("outside", "Administrators = orvadmin\nBegin Host\nEnd Host\n");
-    const char* dir = dir_.c_str();
-    EXPECT_RAN(inChild([&] { return checkExecuteUser(dir, "outside", "orvadmin"); }),
-               "You must be cluster administrator [] to use orvconfig.\n", 255);
-    EXPECT_RAN(inChild([&] { return checkExecuteUser(dir, "absent", "x"); }),
-               "Cannot open the file " + dir_ + "/absent.\n", 255);
-    EXPECT_RAN(inChild([&] { return checkExecuteUser(nullptr, "outside", "orvadmin"); }), "", 255);
-    EXPECT_RAN(inChild([&] { return checkExecuteUser(dir, nullptr, "x"); }), "", 255);
+    EXPECT_RAN(inChild([&] { return checkExecuteUser(nullptr, "orv.cluster.c1", "x"); }), "", 255);
+    EXPECT_RAN(inChild([&] { return checkExecuteUser(dir_.c_str(), nullptr, "x"); }), "", 255);
     ASSERT_EQ(::mkdir(path("ro").c_str(), 0555), 0);
     EXPECT_RAN(inChild([&] { return checkDirectory(path("ro")); }, {.unprivileged = true}),
                "You do not have permission to modify the cluster configuration directory " +

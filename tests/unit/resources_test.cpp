@@ -34,7 +34,6 @@ TEST(Resources, Grammar) {
         {"[Resource a]", 0, -1},
         {"[tag a]", 1, 0, {"tag=a"}},
         {"\"[tag a] [resource b]\"", 1, 0, {"tag=a", "resource=b"}},
-        {"[tag a b]", 1, -1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text + (" with flag " + std::to_string(row.flag)));
@@ -55,12 +54,7 @@ TEST_F(ResourcesFiles, Merge) {
     const struct {
         std::string before, add, after;
     } rows[] = {
-        {.before = "ORV_WORKDIR=/opt/orv",
-         .add = "[resource scvg]",
-         .after = "ORV_WORKDIR=/opt/orv\n" + key + "\"[resource scvg]\"\n"},
-        {.before = key + "\"[resourcemap 1*b]\"\n",
-         .add = "[resource c] [resourcemap 2*b] [resource c] [resourcemap 1*b]",
-         .after = key + "\"[resourcemap 1*b] [resource c] [resourcemap 2*b] [resource c]\"\n"},
+        {"ORV_WORKDIR=/opt", "[resource a]", "ORV_WORKDIR=/opt\n" + key + "\"[resource a]\"\n"},
         {.before = "#" + key + "\"[resource old]\"\n   " + key + "\"[tag x]\"   #  site\n\tK=1\n",
          .add = "[resource y]",
          .after =
