@@ -9,7 +9,15 @@ BUILD=${BUILD_DIR:-build-asan}
 cmake -S . -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORV_SANITIZE=ON -DORV_WERROR=ON \
     ${ORV_CMAKE_ARGS:-}
 cmake --build "$BUILD"
-./scripts/lint.sh "$BUILD"
+# The static checks run beside the tests (each leaves processor time the other can use);
+# their report follows the tests' and either failing fails the run.
+LINT_LOG=$BUILD/lint.log
+LINT_JOBS=1 ./scripts/lint.sh "$BUILD" >"$LINT_LOG" 2>&1 &
+lint=$!
 export ASAN_OPTIONS="${ASAN_OPTIONS:-detect_leaks=1:verify_asan_link_order=0}"
 export UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}"
-ctest --test-dir "$BUILD" --output-on-failure -j "$(nproc)"
+status=0
+ctest --test-dir "$BUILD" --output-on-failure -j "$(nproc)" || status=$?
+wait "$lint" || status=$?
+cat "$LINT_LOG"
+exit "$status"
