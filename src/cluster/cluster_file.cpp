@@ -89,7 +89,7 @@ std::optional<std::string> hostListPath(const std::string& dir) {
 std::vector<std::string> wordsOfHostLines(const std::string& path) {
     std::vector<std::string> words;
     LineReader in;
-    if (!in.open(path)) {
+    if (!in.load(path)) {
         return words;
     }
     HostSection section;
@@ -158,7 +158,7 @@ bool readHostLines(const std::string& path, std::vector<std::string>& hosts,
     if (lines != nullptr) lines->clear();
     header.clear();
     LineReader reader;
-    if (!reader.open(path)) {
+    if (!reader.load(path)) {
         return false;
     }
     HostSection section;
@@ -288,7 +288,7 @@ int getHostListFromCluster(const std::string& dir, std::vector<std::string>& hos
         return -1;
     }
     LineReader reader;
-    if (!reader.open(*path)) {
+    if (!reader.load(*path)) {
         alertI18nWithParameter(kCannotOpenFileMessage, *path);
         return -1;
     }

@@ -196,7 +196,7 @@ int replaceMasterList(const std::string& dir, const std::string& confPath,
                       const std::string& newList) {
     // Only whether it can be read matters here; the rewrite reads it whole.
     LineReader existence;
-    if (!existence.openHead(confPath, 1)) {
+    if (!existence.loadHead(confPath, 1)) {
         alertI18nWithParameter(kCannotOpenFileMessage, confPath);
         return -1;
     }

@@ -29,7 +29,7 @@ std::string lastWord(const std::string& line) {
 // line without '#' is the data line. "End Cluster" before a data line means no name.
 std::optional<std::string> clusterNameFrom(const std::string& file) {
     LineReader in;
-    if (!in.open(file)) {
+    if (!in.load(file)) {
         return std::nullopt;
     }
     enum class Stage { BeforeSection, BeforeHeader, BeforeData } stage = Stage::BeforeSection;
@@ -120,7 +120,7 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
     }
     const std::string file = std::string(confdir) + "/" + clusterfile;
     LineReader in;
-    if (!in.open(file)) {
+    if (!in.load(file)) {
         alertI18nWithParameter(kCannotOpenTheFileMessage, file);
         return -1;
     }
@@ -138,7 +138,7 @@ int checkExecuteUser(const char* confdir, const char* clusterfile, const std::st
 
 std::optional<std::vector<std::string>> clusterAdministrators(const std::string& file) {
     LineReader in;
-    if (!in.open(file)) {
+    if (!in.load(file)) {
         return std::nullopt;
     }
     std::vector<std::string> admins;

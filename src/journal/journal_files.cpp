@@ -15,22 +15,14 @@
 #include <set>
 #include <vector>
 
+#include "storage/unique_fd.hpp"
+
 namespace orv {
 
 namespace {
 
 std::string failure(const std::string& path) {
     return "cannot write the journal " + path + ": " + std::strerror(errno);
-}
-
-bool writeAll(int fd, std::string_view data) {
-    while (!data.empty()) {
-        const ssize_t n = ::write(fd, data.data(), data.size());
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        data.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return true;
 }
 
 // mkdir -p with owner-only directories.

@@ -127,7 +127,7 @@ class Placeholders {
 void copyOneScript(const std::string& dir, std::size_t index, Placeholders& values) {
     const std::string path = scriptPath(dir, index);
     LineReader in;
-    if (!in.open(path)) {
+    if (!in.load(path)) {
         alertI18nWithParameter(kCannotOpenTheFileMessage, path);
         return;
     }
@@ -256,7 +256,7 @@ using ScriptLineRunner = std::function<int(const ScriptLine& fields, int lineNum
 // know stay valid.
 int runScript(const std::string& scriptPath, ScriptKind kind, const ScriptLineRunner& runLine) {
     LineReader in;
-    if (!in.open(scriptPath)) {
+    if (!in.load(scriptPath)) {
         alertI18nWithParameter(kCannotOpenTheFileMessage, scriptPath);
         return -1;
     }

@@ -162,7 +162,7 @@ int checkHead(const std::string& keyword, std::string& outDir) {
     const char* installTop = getInstallTop();
     if (installTop == nullptr) return -1;
     LineReader in;
-    if (!in.open(std::string(installTop) + "/.install/head.conf")) {
+    if (!in.load(std::string(installTop) + "/.install/head.conf")) {
         alertI18nWithParameter(kCannotOpenTheFileMessage, "head.conf");
         return -1;
     }

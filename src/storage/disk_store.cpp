@@ -58,16 +58,6 @@ bool reserveSpace(int fd, std::size_t size) {
     }
 }
 
-bool writeAll(int fd, std::string_view data) {
-    while (!data.empty()) {
-        const ssize_t n = ::write(fd, data.data(), data.size());
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        data.remove_prefix(static_cast<std::size_t>(n));
-    }
-    return true;
-}
-
 // Reads straight into the text, sized from fstat (one spare byte lets the end of a file of
 // unchanged size be seen without growing); files that grow meanwhile are read whole. Stops
 // once `limit` characters are in.

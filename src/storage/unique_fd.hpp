@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 namespace orv {
@@ -41,6 +42,17 @@ inline UniqueFd openRetrying(const char* path, int flags, mode_t mode = 0) {
         fd = ::open(path, flags, mode);
     } while (fd < 0 && errno == EINTR);
     return UniqueFd(fd);
+}
+
+// write(2) of all of `data`, again after a signal; false when a write fails or stops.
+inline bool writeAll(int fd, std::string_view data) {
+    while (!data.empty()) {
+        const ssize_t n = ::write(fd, data.data(), data.size());
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        data.remove_prefix(static_cast<std::size_t>(n));
+    }
+    return true;
 }
 
 }  // namespace orv

@@ -106,13 +106,13 @@ bool hasContent(const std::string& line) {
 
 }  // namespace
 
-bool LineReader::open(const std::string& path) {
+bool LineReader::load(const std::string& path) {
     pos_ = 0;
     complete_ = true;
     return readRegularFile(path, text_);
 }
 
-bool LineReader::openHead(const std::string& path, std::size_t bytes) {
+bool LineReader::loadHead(const std::string& path, std::size_t bytes) {
     pos_ = 0;
     const bool read = readRegularFile(path, text_, bytes);
     complete_ = text_.size() < bytes;

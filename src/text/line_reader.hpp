@@ -17,10 +17,10 @@ class LineReader {
   public:
     LineReader() = default;
     explicit LineReader(std::string_view text) { text_.assign(text); }
-    // Opens a regular file; false (and an empty reader) when it cannot be read.
-    bool open(const std::string& path);
-    // Opens only the first `bytes` characters of a regular file.
-    bool openHead(const std::string& path, std::size_t bytes);
+    // Loads a regular file whole; false (and an empty reader) when it cannot be read.
+    bool load(const std::string& path);
+    // Loads only the first `bytes` characters of a regular file.
+    bool loadHead(const std::string& path, std::size_t bytes);
     // False when the reader holds only the head of a longer file.
     bool complete() const { return complete_; }
     std::string_view data() const { return text_.view(); }
@@ -80,11 +80,11 @@ auto scanFromTop(const std::string& path, Scan&& scan)
     -> std::optional<decltype(scan(std::declval<LineReader&>()))> {
     constexpr std::size_t kHead = std::size_t{64} << 10;
     LineReader in;
-    if (!in.openHead(path, kHead)) return std::nullopt;
+    if (!in.loadHead(path, kHead)) return std::nullopt;
     auto found = scan(in);
     // Stopped before the end of the head: the line ended with a newline the head holds.
     if (in.complete() || (found && in.position() < in.data().size())) return found;
-    if (!in.open(path)) return std::nullopt;
+    if (!in.load(path)) return std::nullopt;
     return scan(in);
 }
 

@@ -164,7 +164,7 @@ std::size_t replaceValuesInXML(const std::string& file,
 
 std::optional<std::string> getValueInXML(const std::string& file, const std::string& tag) {
     LineReader in;
-    if (!in.open(file)) {
+    if (!in.load(file)) {
         alertI18nWithParameter(kCannotOpenFileMessage, file);
         return std::nullopt;
     }
