@@ -68,6 +68,10 @@ class JournalStore final : public FileStore {
     // or failed; the step's after state is `shaAfter`.
     Tracked* before(const std::string& path, const std::optional<std::string_view>& text,
                     const std::string& data, const std::string& shaAfter, bool durable);
+    // before() for a change that makes the whole text of `path` `content` (a copy, a new
+    // file): the old text kept whole, or its absence. Sets `shaAfter`.
+    Tracked* beforeWholeText(const std::string& path, const std::optional<std::string>& old,
+                             std::string_view content, std::string& shaAfter);
     Tracked& track(const std::string& path, const std::optional<std::string_view>& text);
     void settle(Tracked* tracked, bool changed, const std::string& shaAfter);
     bool recording();
@@ -190,16 +194,20 @@ CommitResult JournalStore::commit(const std::string& file, std::string_view orig
     return result;
 }
 
+Tracked* JournalStore::beforeWholeText(const std::string& path,
+                                       const std::optional<std::string>& old,
+                                       std::string_view content, std::string& shaAfter) {
+    const bool keep = !journal_.empty() && !failed_;
+    shaAfter = keep ? sha256Hex(content) : std::string();
+    const std::string data = !keep ? "" : old ? restoreData(*old, {}) : restoreAbsent();
+    return before(path, old, data, shaAfter, old.has_value());
+}
+
 CommitResult JournalStore::writeThroughTmp(const std::string& target, std::string_view content) {
     const std::optional<std::string> old = textAt(target);
     if (old && *old == content) return inner_.writeThroughTmp(target, content);
-    const bool keep = !journal_.empty() && !failed_;
-    const std::string shaAfter = keep ? sha256Hex(content) : std::string();
-    Tracked* tracked = before(target, old,
-                              !keep ? ""
-                              : old ? restoreData(*old, {})
-                                    : restoreAbsent(),
-                              shaAfter, old.has_value());
+    std::string shaAfter;
+    Tracked* tracked = beforeWholeText(target, old, content, shaAfter);
     const CommitResult result = inner_.writeThroughTmp(target, content);
     settle(tracked, result == CommitResult::Written, shaAfter);
     if (result == CommitResult::FileWriteFailed) tracked->current.clear();
@@ -209,13 +217,8 @@ CommitResult JournalStore::writeThroughTmp(const std::string& target, std::strin
 NewFileResult JournalStore::writeNewFile(const std::string& path, std::string_view content) {
     const std::optional<std::string> old = textAt(path);
     if (old && *old == content) return inner_.writeNewFile(path, content);
-    const bool keep = !journal_.empty() && !failed_;
-    const std::string shaAfter = keep ? sha256Hex(content) : std::string();
-    Tracked* tracked = before(path, old,
-                              !keep ? ""
-                              : old ? restoreData(*old, {})
-                                    : restoreAbsent(),
-                              shaAfter, old.has_value());
+    std::string shaAfter;
+    Tracked* tracked = beforeWholeText(path, old, content, shaAfter);
     const NewFileResult result = inner_.writeNewFile(path, content);
     settle(tracked, result == NewFileResult::Written, shaAfter);
     if (result == NewFileResult::WriteFailed) tracked->current.clear();
