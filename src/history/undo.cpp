@@ -91,8 +91,7 @@ bool giveBack(const GiveBack& item, const std::string& id) {
         return true;
     }
     if (now) {
-        const CommitResult result =
-            commitRewrite(path, *now, TextPieces{std::string_view(*item.before)});
+        const CommitResult result = commitRewrite(path, *now, sharingEnds(*now, *item.before));
         if (result == CommitResult::TmpOpenFailed || result == CommitResult::FileOpenFailed) {
             alertI18nWithParameter(kCannotOpenFileMessage, path);
         }

@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -64,13 +65,24 @@ std::uintmax_t sizeOfRun(const std::string& dir) {
     return size;
 }
 
+// True while the run of `id` may still be writing its record: it has none yet and the
+// process its id names is alive.
+bool stillWriting(const std::string& journal, const std::string& id) {
+    struct stat st {};
+    if (::stat((journal + "/" + id + "/record").c_str(), &st) == 0) return false;
+    const std::size_t dash = id.rfind('-');
+    const long pid =
+        dash == std::string::npos ? 0 : std::strtol(id.c_str() + dash + 1, nullptr, 10);
+    return pid > 0 && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM);
+}
+
 void prune(const std::string& journal, const std::string& current, std::size_t keepRuns,
            std::uintmax_t keepBytes) {
     std::vector<std::string> ids = listRunIds(journal);
     std::reverse(ids.begin(), ids.end());  // newest first
     std::uintmax_t bytes = 0;
     for (std::size_t i = 0; i < ids.size(); ++i) {
-        if (ids[i] == current) continue;
+        if (ids[i] == current || stillWriting(journal, ids[i])) continue;
         bytes += sizeOfRun(journal + "/" + ids[i]);
         if (i >= keepRuns || bytes > keepBytes) removeRunDirectory(journal + "/" + ids[i]);
     }

@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <thread>
 
 #include "console/messages.hpp"
 #include "journal/journal_files.hpp"
@@ -35,6 +36,7 @@ struct Tracked {
     FileChange change;
     std::string current;  // SHA-256 of what it holds now ("" unknown, kAbsent removed)
     bool changed = false;
+    bool logged = false;  // its file line is in the run's changes
 };
 
 class JournalStore final : public FileStore {
@@ -45,7 +47,8 @@ class JournalStore final : public FileStore {
     }
     PathKind kind(const std::string& path) override { return inner_.kind(path); }
     CommitResult commit(const std::string& file, std::string_view original,
-                        const TextPieces& updated, TmpOnOpenFailure tmp) override;
+                        const TextPieces& updated, TmpOnOpenFailure tmp,
+                        const BeforeOverwrite& beforeOverwrite) override;
     CommitResult writeThroughTmp(const std::string& target, std::string_view content) override;
     NewFileResult writeNewFile(const std::string& path, std::string_view content) override;
     bool append(const std::string& path, std::string_view text) override;
@@ -72,7 +75,15 @@ class JournalStore final : public FileStore {
     // file): the old text kept whole, or its absence. Sets `shaAfter`.
     Tracked* beforeWholeText(const std::string& path, const std::optional<std::string>& old,
                              std::string_view content, std::string& shaAfter);
-    Tracked& track(const std::string& path, const std::optional<std::string_view>& text);
+    // The step of a change whose before state is known: its restore data and its line (with
+    // the file's line first, once), written and synced when `durable`.
+    void recordStep(Tracked& tracked, const std::string& data, const std::string& shaAfter,
+                    bool durable);
+    Tracked& track(const std::string& path);
+    // Takes `sha` (of `text`, made when empty) as what the file holds before the change.
+    void knowBefore(Tracked& tracked, const std::optional<std::string_view>& text,
+                    std::string sha = {});
+    bool keeping() const { return !journal_.empty() && !failed_; }
     void settle(Tracked* tracked, bool changed, const std::string& shaAfter);
     bool recording();
     void fail(const std::string& why);
@@ -118,7 +129,7 @@ void JournalStore::fail(const std::string& why) {
     files_.reset();
 }
 
-Tracked& JournalStore::track(const std::string& path, const std::optional<std::string_view>& text) {
+Tracked& JournalStore::track(const std::string& path) {
     const std::string key = absolutePath(path);
     auto found = tracked_.find(key);
     if (found != tracked_.end()) return found->second;
@@ -128,31 +139,40 @@ Tracked& JournalStore::track(const std::string& path, const std::optional<std::s
     tracked.change.path = key;
     struct stat st {};
     if (::stat(key.c_str(), &st) == 0) tracked.change.modeBefore = st.st_mode & 07777;
-    if (!journal_.empty() && !failed_) {
-        tracked.change.shaBefore = text ? sha256Hex(*text) : kAbsent;
-        tracked.current = tracked.change.shaBefore;
-    }
     return tracked;
+}
+
+void JournalStore::knowBefore(Tracked& tracked, const std::optional<std::string_view>& text,
+                              std::string sha) {
+    if (!keeping() || !tracked.current.empty()) return;
+    if (sha.empty()) sha = text ? sha256Hex(*text) : kAbsent;
+    tracked.current = std::move(sha);
+    if (tracked.change.shaBefore.empty()) tracked.change.shaBefore = tracked.current;
 }
 
 Tracked* JournalStore::before(const std::string& path, const std::optional<std::string_view>& text,
                               const std::string& data, const std::string& shaAfter, bool durable) {
-    const bool firstTouch = tracked_.count(absolutePath(path)) == 0;
-    Tracked& tracked = track(path, text);
-    if (!recording()) return &tracked;
-    if (tracked.current.empty()) tracked.current = text ? sha256Hex(*text) : kAbsent;
+    Tracked& tracked = track(path);
+    knowBefore(tracked, text);
+    recordStep(tracked, data, shaAfter, durable);
+    return &tracked;
+}
+
+void JournalStore::recordStep(Tracked& tracked, const std::string& data,
+                              const std::string& shaAfter, bool durable) {
+    if (!recording()) return;
     const int number = tracked.change.steps.empty() ? 1 : tracked.change.steps.back().number + 1;
     const ChangeStep step{.number = number, .shaBefore = tracked.current, .shaAfter = shaAfter};
-    std::string lines = firstTouch ? fileLine(tracked.change) : std::string();
+    std::string lines = tracked.logged ? std::string() : fileLine(tracked.change);
     lines += stepLine(tracked.change, step);
     std::string why;
     if (!files_->writeData(tracked.change.number, number, data, durable, why) ||
         !files_->log(lines, durable, why)) {
         fail(why);
-        return &tracked;
+        return;
     }
+    tracked.logged = true;
     tracked.change.steps.push_back(step);
-    return &tracked;
 }
 
 // After the change: what the file holds now. A change that did not happen keeps its step in
@@ -177,19 +197,48 @@ std::optional<std::string> JournalStore::textAt(const std::string& path) {
     return std::string(text.view());
 }
 
+// The hashes of the text before and after an edit, and its restore data: on a large file
+// they are made on a second thread while the disk store writes and syncs the ".tmp", which
+// takes about as long, and the change's step still reaches the disk before the file's first
+// byte changes. The thread only reads the two texts: it calls no library that a lookup or a
+// lock uses, and it is joined before the commit returns, even by an exception. A small file
+// is hashed on the spot, where starting a thread would cost more than it saves.
 CommitResult JournalStore::commit(const std::string& file, std::string_view original,
-                                  const TextPieces& updated, TmpOnOpenFailure tmp) {
-    if (samePieces(original, updated)) return inner_.commit(file, original, updated, tmp);
-    const bool keep = !journal_.empty() && !failed_;
-    const std::string shaAfter = keep ? shaOf(updated) : std::string();
-    Tracked* tracked =
-        before(file, original, keep ? restoreData(original, updated) : "", shaAfter, true);
-    const CommitResult result = inner_.commit(file, original, updated, tmp);
+                                  const TextPieces& updated, TmpOnOpenFailure tmp,
+                                  const BeforeOverwrite& beforeOverwrite) {
+    if (samePieces(original, updated)) {
+        return inner_.commit(file, original, updated, tmp, beforeOverwrite);
+    }
+    constexpr std::size_t kHashAside = std::size_t{1} << 20;
+    Tracked& tracked = track(file);
+    std::string shaBefore;
+    std::string shaAfter;
+    std::string data;
+    const auto hash = [&, needBefore = tracked.current.empty()] {
+        if (needBefore) shaBefore = sha256Hex(original);
+        shaAfter = shaOf(updated);
+        data = restoreData(original, updated);
+    };
+    std::jthread hashing;
+    if (keeping() && original.size() + sizeOf(updated) >= kHashAside) {
+        hashing = std::jthread(hash);
+    } else if (keeping()) {
+        hash();
+    }
+    bool recorded = false;
+    const CommitResult result = inner_.commit(file, original, updated, tmp, [&] {
+        if (hashing.joinable()) hashing.join();
+        knowBefore(tracked, original, shaBefore);
+        recordStep(tracked, data, shaAfter, true);
+        recorded = true;
+        if (beforeOverwrite) beforeOverwrite();
+    });
+    if (hashing.joinable()) hashing.join();
     if (result == CommitResult::FileWriteFailed) {
-        tracked->changed = true;
-        tracked->current.clear();  // what the file holds now is read at the end
-    } else {
-        settle(tracked, result == CommitResult::Written, shaAfter);
+        tracked.changed = true;
+        tracked.current.clear();  // what the file holds now is read at the end
+    } else if (recorded || result == CommitResult::Written) {
+        settle(&tracked, result == CommitResult::Written, shaAfter);
     }
     return result;
 }
@@ -288,12 +337,13 @@ int JournalStore::changeMode(const std::string& path, mode_t mode) {
         (st.st_mode & 07777) == (mode & 07777)) {
         return inner_.changeMode(path, mode);
     }
-    const bool firstTouch = tracked_.count(absolutePath(path)) == 0;
-    const std::optional<std::string> old =
-        firstTouch && !journal_.empty() && !failed_ ? textAt(path) : std::nullopt;
-    Tracked& tracked = track(path, old);
-    std::string why;
-    if (firstTouch && recording() && !files_->log(fileLine(tracked.change), true, why)) fail(why);
+    Tracked& tracked = track(path);
+    if (!tracked.logged && keeping()) {
+        knowBefore(tracked, textAt(path));
+        std::string why;
+        if (recording() && !files_->log(fileLine(tracked.change), true, why)) fail(why);
+        tracked.logged = !failed_;
+    }
     const int result = inner_.changeMode(path, mode);
     if (result == 0) tracked.changed = true;
     return result;

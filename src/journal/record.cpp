@@ -261,6 +261,18 @@ std::string restoreData(std::string_view before, const TextPieces& after) {
     return data;
 }
 
+TextPieces sharingEnds(std::string_view base, std::string_view text) {
+    const std::size_t most = std::min(base.size(), text.size());
+    std::size_t head = 0;
+    while (head < most && base[head] == text[head]) ++head;
+    std::size_t tail = 0;
+    while (tail < most - head && base[base.size() - 1 - tail] == text[text.size() - 1 - tail]) {
+        ++tail;
+    }
+    return TextPieces{base.substr(0, head), text.substr(head, text.size() - head - tail),
+                      base.substr(base.size() - tail)};
+}
+
 std::string restoreAbsent() {
     return "absent\n";
 }

@@ -87,6 +87,9 @@ std::string afterLine(const FileChange& file);
 // later text and the literal bytes that are not in it. Built from an edit's pieces (spans of
 // the old text and new lines), so only the changed lines are stored.
 std::string restoreData(std::string_view before, const TextPieces& after);
+// `text` as pieces that take its common beginning and end with `base` from `base` itself, so
+// that the restore data of a rewrite of `base` into `text` holds only what lies between.
+TextPieces sharingEnds(std::string_view base, std::string_view text);
 // For a file that did not exist before the change.
 std::string restoreAbsent();
 // The earlier text (nullopt: the file did not exist), or false when the data is damaged.

@@ -53,7 +53,8 @@ class OverlayStore final : public FileStore {
     bool read(const std::string& path, FileText& out, std::size_t limit) override;
     PathKind kind(const std::string& path) override;
     CommitResult commit(const std::string& file, std::string_view original,
-                        const TextPieces& updated, TmpOnOpenFailure tmp) override;
+                        const TextPieces& updated, TmpOnOpenFailure tmp,
+                        const BeforeOverwrite& beforeOverwrite) override;
     CommitResult writeThroughTmp(const std::string& target, std::string_view content) override;
     NewFileResult writeNewFile(const std::string& path, std::string_view content) override;
     bool append(const std::string& path, std::string_view text) override;
@@ -162,11 +163,13 @@ PathKind OverlayStore::kind(const std::string& path) {
 }
 
 CommitResult OverlayStore::commit(const std::string& file, std::string_view original,
-                                  const TextPieces& updated, TmpOnOpenFailure /*tmp*/) {
+                                  const TextPieces& updated, TmpOnOpenFailure /*tmp*/,
+                                  const BeforeOverwrite& beforeOverwrite) {
     if (!canCreateFresh(tmpPathOf(file))) return CommitResult::TmpOpenFailed;
     std::string text;
     for (const std::string_view piece : updated) text += piece;
     if (text == original) return CommitResult::Unchanged;
+    if (beforeOverwrite) beforeOverwrite();
     if (!canOpenForWrite(file, IfMissing::Fail)) return CommitResult::FileOpenFailed;
     store(keyOf(file), std::move(text));
     return CommitResult::Written;

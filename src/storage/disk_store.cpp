@@ -138,9 +138,10 @@ bool DiskStore::rewriteInPlace(UniqueFd& fd, const std::string& file, const Text
 }
 
 CommitResult DiskStore::writeBoth(const std::string& file, const TextPieces& content, Install how,
-                                  UniqueFd& tmpFd) {
+                                  UniqueFd& tmpFd, const BeforeOverwrite& beforeOverwrite) {
     const std::string tmp = tmpPathOf(file);
     if (!fillTmp(tmpFd, tmp, content, how.sync)) return CommitResult::TmpWriteFailed;
+    if (beforeOverwrite) beforeOverwrite();
     bool created = false;
     UniqueFd fd = openTarget(file, how.create, created);
     if (!fd) {
@@ -193,7 +194,8 @@ PathKind DiskStore::kind(const std::string& path) {
 }
 
 CommitResult DiskStore::commit(const std::string& file, std::string_view original,
-                               const TextPieces& updated, TmpOnOpenFailure tmp) {
+                               const TextPieces& updated, TmpOnOpenFailure tmp,
+                               const BeforeOverwrite& beforeOverwrite) {
     if (keptTmps_.count(file) != 0) return CommitResult::TmpOpenFailed;
     UniqueFd tmpFd = openTmp(tmpPathOf(file));
     if (!tmpFd) return CommitResult::TmpOpenFailed;
@@ -204,8 +206,8 @@ CommitResult DiskStore::commit(const std::string& file, std::string_view origina
         ::unlink(tmpPathOf(file).c_str());
         return CommitResult::Unchanged;
     }
-    return writeBoth(file, updated, {.sync = true, .create = false, .tmpOnOpenFailure = tmp},
-                     tmpFd);
+    return writeBoth(file, updated, {.sync = true, .create = false, .tmpOnOpenFailure = tmp}, tmpFd,
+                     beforeOverwrite);
 }
 
 CommitResult DiskStore::writeThroughTmp(const std::string& target, std::string_view content) {
@@ -214,7 +216,7 @@ CommitResult DiskStore::writeThroughTmp(const std::string& target, std::string_v
     if (!tmpFd) return CommitResult::TmpOpenFailed;
     return writeBoth(target, TextPieces{content},
                      {.sync = false, .create = true, .tmpOnOpenFailure = TmpOnOpenFailure::Remove},
-                     tmpFd);
+                     tmpFd, {});
 }
 
 NewFileResult DiskStore::writeNewFile(const std::string& path, std::string_view content) {

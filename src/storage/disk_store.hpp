@@ -17,7 +17,8 @@ class DiskStore final : public FileStore {
     bool read(const std::string& path, FileText& out, std::size_t limit) override;
     PathKind kind(const std::string& path) override;
     CommitResult commit(const std::string& file, std::string_view original,
-                        const TextPieces& updated, TmpOnOpenFailure tmp) override;
+                        const TextPieces& updated, TmpOnOpenFailure tmp,
+                        const BeforeOverwrite& beforeOverwrite) override;
     CommitResult writeThroughTmp(const std::string& target, std::string_view content) override;
     NewFileResult writeNewFile(const std::string& path, std::string_view content) override;
     bool append(const std::string& path, std::string_view text) override;
@@ -38,7 +39,7 @@ class DiskStore final : public FileStore {
         TmpOnOpenFailure tmpOnOpenFailure;
     };
     CommitResult writeBoth(const std::string& file, const TextPieces& content, Install how,
-                           UniqueFd& tmpFd);
+                           UniqueFd& tmpFd, const BeforeOverwrite& beforeOverwrite);
     bool fillTmp(UniqueFd& fd, const std::string& tmp, const TextPieces& content, bool sync);
     bool rewriteInPlace(UniqueFd& fd, const std::string& file, const TextPieces& content,
                         bool sync);

@@ -30,7 +30,7 @@ PathKind pathKind(const std::string& path) {
 
 CommitResult commitRewrite(const std::string& file, std::string_view original,
                            const TextPieces& updated, TmpOnOpenFailure tmp) {
-    return fileStore().commit(file, original, updated, tmp);
+    return fileStore().commit(file, original, updated, tmp, {});
 }
 
 CommitResult writeThroughTmp(const std::string& target, std::string_view content) {

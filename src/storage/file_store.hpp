@@ -9,6 +9,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -36,6 +37,11 @@ enum class TmpOnOpenFailure { Remove, Keep };
 // the half-written file removed again).
 enum class NewFileResult { Written, OpenFailed, WriteFailed };
 
+// Called by a commit once the new text is safe in the ".tmp" and before the first byte of
+// the file is overwritten (never when the commit stops earlier): what must be on disk before
+// the file changes, the journal's record of the change, is written there.
+using BeforeOverwrite = std::function<void()>;
+
 // What stands at a path, links followed.
 enum class PathKind { Absent, Regular, Directory, Other };
 
@@ -48,7 +54,8 @@ class FileStore {
     virtual bool read(const std::string& path, FileText& out, std::size_t limit) = 0;
     virtual PathKind kind(const std::string& path) = 0;
     virtual CommitResult commit(const std::string& file, std::string_view original,
-                                const TextPieces& updated, TmpOnOpenFailure tmp) = 0;
+                                const TextPieces& updated, TmpOnOpenFailure tmp,
+                                const BeforeOverwrite& beforeOverwrite) = 0;
     virtual CommitResult writeThroughTmp(const std::string& target, std::string_view content) = 0;
     virtual NewFileResult writeNewFile(const std::string& path, std::string_view content) = 0;
     virtual bool append(const std::string& path, std::string_view text) = 0;
