@@ -79,6 +79,11 @@ class JournalStore final : public FileStore {
     // the file's line first, once), written and synced when `durable`.
     void recordStep(Tracked& tracked, const std::string& data, const std::string& shaAfter,
                     bool durable);
+    // The line of a step whose restore data is written.
+    void logStep(Tracked& tracked, const std::string& shaAfter, bool durable);
+    static int nextStep(const Tracked& tracked) {
+        return tracked.change.steps.empty() ? 1 : tracked.change.steps.back().number + 1;
+    }
     Tracked& track(const std::string& path);
     // Takes `sha` (of `text`, made when empty) as what the file holds before the change.
     void knowBefore(Tracked& tracked, const std::optional<std::string_view>& text,
@@ -161,13 +166,21 @@ Tracked* JournalStore::before(const std::string& path, const std::optional<std::
 void JournalStore::recordStep(Tracked& tracked, const std::string& data,
                               const std::string& shaAfter, bool durable) {
     if (!recording()) return;
-    const int number = tracked.change.steps.empty() ? 1 : tracked.change.steps.back().number + 1;
-    const ChangeStep step{.number = number, .shaBefore = tracked.current, .shaAfter = shaAfter};
+    std::string why;
+    if (!files_->writeData(tracked.change.number, nextStep(tracked), data, durable, why)) {
+        fail(why);
+        return;
+    }
+    logStep(tracked, shaAfter, durable);
+}
+
+void JournalStore::logStep(Tracked& tracked, const std::string& shaAfter, bool durable) {
+    const ChangeStep step{
+        .number = nextStep(tracked), .shaBefore = tracked.current, .shaAfter = shaAfter};
     std::string lines = tracked.logged ? std::string() : fileLine(tracked.change);
     lines += stepLine(tracked.change, step);
     std::string why;
-    if (!files_->writeData(tracked.change.number, number, data, durable, why) ||
-        !files_->log(lines, durable, why)) {
+    if (!files_->log(lines, durable, why)) {
         fail(why);
         return;
     }
@@ -197,43 +210,49 @@ std::optional<std::string> JournalStore::textAt(const std::string& path) {
     return std::string(text.view());
 }
 
-// The hashes of the text before and after an edit, and its restore data: on a large file
-// they are made on a second thread while the disk store writes and syncs the ".tmp", which
-// takes about as long, and the change's step still reaches the disk before the file's first
-// byte changes. The thread only reads the two texts: it calls no library that a lookup or a
-// lock uses, and it is joined before the commit returns, even by an exception. A small file
-// is hashed on the spot, where starting a thread would cost more than it saves.
+// What a large edit's record needs (the hashes of the text before and after, the restore
+// data written and synced) is made on a second thread while the disk store writes and syncs
+// the ".tmp", which takes about as long; the step's line then reaches the disk before the
+// file's first byte changes. The thread only reads the two texts and writes the restore
+// data's own file: it calls no resolver and takes no lock, and it is joined before the
+// commit returns, even by an exception. A small edit does the same on the spot, where
+// starting a thread would cost more than it saves.
 CommitResult JournalStore::commit(const std::string& file, std::string_view original,
                                   const TextPieces& updated, TmpOnOpenFailure tmp,
                                   const BeforeOverwrite& beforeOverwrite) {
     if (samePieces(original, updated)) {
         return inner_.commit(file, original, updated, tmp, beforeOverwrite);
     }
-    constexpr std::size_t kHashAside = std::size_t{1} << 20;
+    constexpr std::size_t kAside = std::size_t{1} << 20;
     Tracked& tracked = track(file);
+    const bool keep = keeping() && recording();
     std::string shaBefore;
     std::string shaAfter;
-    std::string data;
-    const auto hash = [&, needBefore = tracked.current.empty()] {
+    std::string why;
+    bool dataWritten = false;
+    const auto prepare = [&, needBefore = tracked.current.empty(), number = nextStep(tracked),
+                          files = files_.get()] {
         if (needBefore) shaBefore = sha256Hex(original);
         shaAfter = shaOf(updated);
-        data = restoreData(original, updated);
+        const std::string data = restoreData(original, updated);
+        dataWritten = files->writeData(tracked.change.number, number, data, true, why);
     };
-    std::jthread hashing;
-    if (keeping() && original.size() + sizeOf(updated) >= kHashAside) {
-        hashing = std::jthread(hash);
-    } else if (keeping()) {
-        hash();
+    std::jthread aside;
+    if (keep && original.size() + sizeOf(updated) >= kAside) {
+        aside = std::jthread(prepare);
+    } else if (keep) {
+        prepare();
     }
     bool recorded = false;
     const CommitResult result = inner_.commit(file, original, updated, tmp, [&] {
-        if (hashing.joinable()) hashing.join();
+        if (aside.joinable()) aside.join();
         knowBefore(tracked, original, shaBefore);
-        recordStep(tracked, data, shaAfter, true);
+        if (keep && !dataWritten) fail(why);
+        if (keep && dataWritten) logStep(tracked, shaAfter, true);
         recorded = true;
         if (beforeOverwrite) beforeOverwrite();
     });
-    if (hashing.joinable()) hashing.join();
+    if (aside.joinable()) aside.join();
     if (result == CommitResult::FileWriteFailed) {
         tracked.changed = true;
         tracked.current.clear();  // what the file holds now is read at the end

@@ -223,60 +223,6 @@ std::string recordHeader(const RunRecord& run) {
     return out;
 }
 
-std::string restoreData(std::string_view before, const TextPieces& after) {
-    struct Span {
-        std::size_t from;  // in the old text
-        std::size_t size;
-        std::size_t at;  // in the new text
-    };
-    std::vector<Span> spans;
-    const auto base = reinterpret_cast<std::uintptr_t>(before.data());
-    std::size_t at = 0;
-    for (const std::string_view piece : after) {
-        const auto p = reinterpret_cast<std::uintptr_t>(piece.data());
-        if (!piece.empty() && p >= base && p + piece.size() <= base + before.size()) {
-            spans.push_back({.from = p - base, .size = piece.size(), .at = at});
-        }
-        at += piece.size();
-    }
-    std::sort(spans.begin(), spans.end(),
-              [](const Span& a, const Span& b) { return a.from < b.from; });
-    std::string data = "text\n";
-    std::size_t cursor = 0;
-    const auto literal = [&](std::size_t end) {
-        if (end <= cursor) return;
-        data += "l " + std::to_string(end - cursor) + "\n";
-        data.append(before.substr(cursor, end - cursor));
-        cursor = end;
-    };
-    for (const Span& span : spans) {
-        if (span.from + span.size <= cursor) continue;
-        literal(span.from);
-        const std::size_t skip = cursor - span.from;
-        data +=
-            "c " + std::to_string(span.at + skip) + " " + std::to_string(span.size - skip) + "\n";
-        cursor = span.from + span.size;
-    }
-    literal(before.size());
-    return data;
-}
-
-TextPieces sharingEnds(std::string_view base, std::string_view text) {
-    const std::size_t most = std::min(base.size(), text.size());
-    std::size_t head = 0;
-    while (head < most && base[head] == text[head]) ++head;
-    std::size_t tail = 0;
-    while (tail < most - head && base[base.size() - 1 - tail] == text[text.size() - 1 - tail]) {
-        ++tail;
-    }
-    return TextPieces{base.substr(0, head), text.substr(head, text.size() - head - tail),
-                      base.substr(base.size() - tail)};
-}
-
-std::string restoreAbsent() {
-    return "absent\n";
-}
-
 bool applyRestoreData(std::string_view data, std::string_view after,
                       std::optional<std::string>& before) {
     if (data == "absent\n") {
