@@ -59,7 +59,8 @@ binary runs.
   Copyright (C) 2013 the orvconfig authors. All rights reserved.
   $ gzip -9nc "$S/NEWS" | cmp - x/usr/share/doc/orvconfig/changelog.gz && dpkg-parsechangelog -l "$S/NEWS" -S Version | sed "s/^$v$/VERSION/"
   VERSION
-  $ banner x/usr/bin/orvconfig
+  $ x/usr/bin/orvconfig -h | grep '^Usage: orvconfig subcommand'; banner x/usr/bin/orvconfig
+  Usage: orvconfig subcommand [options]
   ORV 1.2.7.0 build 213132, Feb 27 2013
   Copyright (C) 2013 the orvconfig authors.
   All rights reserved.
