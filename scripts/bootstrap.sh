@@ -3,7 +3,8 @@
 set -eu
 PACKAGES="g++ clang cmake ninja-build libgtest-dev libnss-wrapper strace patch \
 hyperfine libclang-rt-14-dev mandoc dpkg-dev file groff-base man-db python3 perl gcc util-linux \
-clustershell ansible-core python3-cram shellcheck clang-format clang-tidy libdtl-dev iproute2"
+clustershell ansible-core python3-cram shellcheck clang-format clang-tidy libdtl-dev iproute2 \
+bzip2 lintian rpm rpmlint cpio"
 missing=""
 for p in $PACKAGES; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing="$missing $p"

@@ -237,8 +237,9 @@ bool DiskStore::append(const std::string& path, std::string_view text) {
     const bool sized = ::fstat(fd.get(), &before) == 0;
     bool ok = writeAll(fd.get(), text);
     if (!ok && sized) {
-        // A short append would leave half a line behind: cut the file back to what it was.
-        (void)::ftruncate(fd.get(), before.st_size);
+        // A short append would leave half a line behind: cut the file back to what it was
+        // (the append is reported as failed whether or not the cut succeeds).
+        [[maybe_unused]] const int cut = ::ftruncate(fd.get(), before.st_size);
     }
     ok = fd.close() && ok;
     if (!ok) failWrite("Cannot write file %s.", path);

@@ -12,18 +12,22 @@ mode predicts the changes and writes nothing, the real run makes them, a repeat 
   >   gather_facts: false
   >   environment: "{{ orv_env }}"
   >   tasks:
-  >     - orvconfig: {subcommand: setbaseport, args: ["{{ base_port }}"], binary: "{{ lookup('env', 'ORVCONFIG') }}"}
+  >     - orvconfig.cluster.orvconfig: {subcommand: setbaseport, args: ["{{ base_port }}"], binary: "{{ lookup('env', 'ORVCONFIG') }}"}
   >       when: inventory_hostname == "hostA"
-  >     - orvconfig: {subcommand: addresourceattr, args: ["[resource scvg]"], binary: "{{ lookup('env', 'ORVCONFIG') }}"}
+  >     - orvconfig.cluster.orvconfig: {subcommand: addresourceattr, args: ["[resource scvg]"], binary: "{{ lookup('env', 'ORVCONFIG') }}"}
   >       when: inventory_hostname != "hostA"
   > EOF
-  $ export ANSIBLE_LIBRARY=$ORV_SOURCE_DIR/contrib/ansible/plugins/modules ANSIBLE_NOCOLOR=1 \
-  >   ANSIBLE_LOCALHOST_WARNING=0 ANSIBLE_HOME=$PWD/ansible
+  $ export ANSIBLE_COLLECTIONS_PATH=$PWD/collections ANSIBLE_NOCOLOR=1 ANSIBLE_LOCALHOST_WARNING=0 \
+  >   ANSIBLE_HOME=$PWD/ansible HOME=$PWD/home
 
-The module's documentation renders: its name, options and return values.
+The module from the collection, built and installed here; its documentation renders by the
+module's full name: its name, options and return values.
 
-  $ ansible-doc -t module orvconfig | sed -n 's/^> \(ORVCONFIG\) .*/\1/p; s/^\([=-] [a-z]*\).*/\1/p' | paste -sd' '
-  ORVCONFIG - args - binary = subcommand - name - name - name - cluster - counts - directories - files - findings - rc - role - stdout
+  $ ansible-galaxy collection build "$ORV_SOURCE_DIR/contrib/ansible" --output-path built >/dev/null &&
+  >   ansible-galaxy collection install built/orvconfig-cluster-*.tar.gz -p collections | tail -1
+  orvconfig.cluster:* was installed successfully (glob)
+  $ ansible-doc -t module orvconfig.cluster.orvconfig | sed -n 's/^> \(ORVCONFIG.CLUSTER.ORVCONFIG\) .*/\1/p; s/^\([=-] [a-z]*\).*/\1/p' | paste -sd' '
+  ORVCONFIG.CLUSTER.ORVCONFIG - args - binary = subcommand - name - name - name - cluster - counts - directories - files - findings - rc - role - stdout
   $ play() { ansible-playbook -i inventory.yml playbook.yml "$@" >out
   >   sed -n 's/^\(host[A-C]\) *: .* changed=\([0-9]*\) .* failed=\([0-9]*\) .*/\1 changed=\2 failed=\3/p' out | paste -sd' '; }
   $ state() { find host? -printf "%p %s %T@\n" | LC_ALL=C sort; }; state >before
@@ -44,7 +48,7 @@ subcommand check: never changed, failed where there are errors, the findings ret
 
   $ sed -i 's/^ORV_MASTER_LIST=.*/ORV_MASTER_LIST="hostA"/' host?/t/top/kernel/conf/orv.conf; state >before
   $ printf '%s\n' '- hosts: cluster' '  gather_facts: false' '  environment: "{{ orv_env }}"' '  tasks:' \
-  >   "    - orvconfig: {subcommand: check, binary: \"{{ lookup('env', 'ORVCONFIG') }}\"}" '      register: r' '      ignore_errors: true' \
+  >   "    - orvconfig.cluster.orvconfig: {subcommand: check, binary: \"{{ lookup('env', 'ORVCONFIG') }}\"}" '      register: r' '      ignore_errors: true' \
   >   '    - debug: {msg: "{{ r.role }} {{ r.counts.errors }} {{ r.counts.warnings }} {{ r.findings | map(attribute=\"code\") | join(\",\") }}"}' >check.yml
   $ ansible-playbook -i inventory.yml check.yml >out; grep -o '"msg": "[^"]*"' out | sort; state | cmp - before
   >   sed -n 's/^\(host[A-C]\) *: .* changed=\([0-9]*\) .* failed=\([0-9]*\) .* ignored=\([0-9]*\).*/\1 changed=\2 failed=\3 ignored=\4/p' out | paste -sd' '

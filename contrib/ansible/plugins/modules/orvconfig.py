@@ -36,18 +36,18 @@ options:
 
 EXAMPLES = r"""
 - name: Promote the management hosts onto the shared top (after the master)
-  orvconfig:
+  orvconfig.cluster.orvconfig:
     subcommand: mghost
     args: [/shared/top]
   environment: "{{ orv_env }}"
 
 - name: Tag the compute hosts
-  orvconfig:
+  orvconfig.cluster.orvconfig:
     subcommand: addresourceattr
     args: ["[resource scvg]"]
 
 - name: Check every host before restarting the daemons
-  orvconfig:
+  orvconfig.cluster.orvconfig:
     subcommand: check
 """
 
