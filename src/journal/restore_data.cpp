@@ -11,6 +11,13 @@ namespace orv {
 
 namespace {
 
+// True when `piece` is a span of `text` (the same characters in memory, not equal ones).
+bool spanOf(std::string_view text, std::string_view piece) {
+    const auto base = reinterpret_cast<std::uintptr_t>(text.data());
+    const auto p = reinterpret_cast<std::uintptr_t>(piece.data());
+    return !piece.empty() && p >= base && p + piece.size() <= base + text.size();
+}
+
 // The spans of the new text that point into the old one, as copies; the rest of the old text
 // as literals.
 std::string fromSpans(std::string_view before, const TextPieces& after) {
@@ -20,12 +27,12 @@ std::string fromSpans(std::string_view before, const TextPieces& after) {
         std::size_t at;  // in the new text
     };
     std::vector<Span> spans;
-    const auto base = reinterpret_cast<std::uintptr_t>(before.data());
     std::size_t at = 0;
     for (const std::string_view piece : after) {
-        const auto p = reinterpret_cast<std::uintptr_t>(piece.data());
-        if (!piece.empty() && p >= base && p + piece.size() <= base + before.size()) {
-            spans.push_back({.from = p - base, .size = piece.size(), .at = at});
+        if (spanOf(before, piece)) {
+            spans.push_back({.from = static_cast<std::size_t>(piece.data() - before.data()),
+                             .size = piece.size(),
+                             .at = at});
         }
         at += piece.size();
     }
@@ -194,12 +201,8 @@ std::string LineMatch::run() {
 
 std::string restoreData(std::string_view before, const TextPieces& after) {
     std::size_t spanned = 0;
-    const auto base = reinterpret_cast<std::uintptr_t>(before.data());
     for (const std::string_view piece : after) {
-        const auto p = reinterpret_cast<std::uintptr_t>(piece.data());
-        if (!piece.empty() && p >= base && p + piece.size() <= base + before.size()) {
-            spanned += piece.size();
-        }
+        if (spanOf(before, piece)) spanned += piece.size();
     }
     if (after.empty() || spanned * 2 >= before.size()) return fromSpans(before, after);
     if (after.size() == 1) return LineMatch(before, after.front()).run();
