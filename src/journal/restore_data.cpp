@@ -11,6 +11,22 @@ namespace orv {
 
 namespace {
 
+// How many characters two texts share at their beginning, then at their end (the two never
+// overlapping in the shorter one).
+struct CommonEnds {
+    std::size_t head;
+    std::size_t tail;
+};
+
+CommonEnds commonEnds(std::string_view a, std::string_view b) {
+    const std::size_t most = std::min(a.size(), b.size());
+    std::size_t head = 0;
+    while (head < most && a[head] == b[head]) ++head;
+    std::size_t tail = 0;
+    while (tail < most - head && a[a.size() - 1 - tail] == b[b.size() - 1 - tail]) ++tail;
+    return {.head = head, .tail = tail};
+}
+
 // True when `piece` is a span of `text` (the same characters in memory, not equal ones).
 bool spanOf(std::string_view text, std::string_view piece) {
     const auto base = reinterpret_cast<std::uintptr_t>(text.data());
@@ -139,10 +155,10 @@ void LineMatch::literal(std::string_view bytes) {
 }
 
 void LineMatch::replaced(std::string_view old, std::size_t at, std::string_view now) {
-    const TextPieces shared = sharingEnds(now, old);
-    copy(at, shared[0].size());
-    literal(shared[1]);
-    copy(at + now.size() - shared[2].size(), shared[2].size());
+    const CommonEnds ends = commonEnds(now, old);
+    copy(at, ends.head);
+    literal(old.substr(ends.head, old.size() - ends.head - ends.tail));
+    copy(at + now.size() - ends.tail, ends.tail);
 }
 
 std::string LineMatch::run() {
@@ -151,29 +167,39 @@ std::string LineMatch::run() {
     std::size_t j = 0;  // in the new text
     while (i < before_.size()) {
         const std::string_view old = lineAt(before_, i);
-        const std::string_view now = lineAt(after_, j);
-        if (old == now) {
-            copy(j, now.size());
+        if (after_.compare(j, old.size(), old) == 0) {  // the same bytes: copied
+            copy(j, old.size());
             i += old.size();
-            j += now.size();
+            j += old.size();
             continue;
         }
-        // The nearest pair of equal lines ahead, fewest lines skipped first.
-        std::array<std::size_t, kReach + 1> olds{};
-        std::array<std::size_t, kReach + 1> nows{};
-        olds[0] = i;
-        nows[0] = j;
-        for (std::size_t k = 1; k <= kReach; ++k) {
-            olds[k] = std::min(before_.size(), olds[k - 1] + lineAt(before_, olds[k - 1]).size());
-            nows[k] = std::min(after_.size(), nows[k - 1] + lineAt(after_, nows[k - 1]).size());
-        }
+        // The nearest pair of equal lines ahead, fewest lines skipped first; the starts of
+        // the lines ahead are found as the search reaches them.
+        std::array<std::size_t, kReach + 1> olds{i};
+        std::array<std::size_t, kReach + 1> nows{j};
+        std::size_t oldsKnown = 1;
+        std::size_t nowsKnown = 1;
+        const auto oldAt = [&](std::size_t k) {
+            for (; oldsKnown <= k; ++oldsKnown) {
+                const std::size_t from = olds[oldsKnown - 1];
+                olds[oldsKnown] = std::min(before_.size(), from + lineAt(before_, from).size());
+            }
+            return olds[k];
+        };
+        const auto nowAt = [&](std::size_t k) {
+            for (; nowsKnown <= k; ++nowsKnown) {
+                const std::size_t from = nows[nowsKnown - 1];
+                nows[nowsKnown] = std::min(after_.size(), from + lineAt(after_, from).size());
+            }
+            return nows[k];
+        };
         std::size_t skipOld = 1;
         std::size_t skipNew = j < after_.size() ? 1 : 0;
         for (std::size_t total = 1; total <= kReach; ++total) {
             bool found = false;
             for (std::size_t a = 0; a <= total && !found; ++a) {
-                const std::size_t o = olds[a];
-                const std::size_t n = nows[total - a];
+                const std::size_t o = oldAt(a);
+                const std::size_t n = nowAt(total - a);
                 if (o < before_.size() && n < after_.size() &&
                     lineAt(before_, o) == lineAt(after_, n)) {
                     skipOld = a;
@@ -185,13 +211,13 @@ std::string LineMatch::run() {
         }
         if (skipOld == skipNew) {
             for (std::size_t k = 0; k < skipOld; ++k) {
-                replaced(lineAt(before_, olds[k]), nows[k], lineAt(after_, nows[k]));
+                replaced(lineAt(before_, oldAt(k)), nowAt(k), lineAt(after_, nowAt(k)));
             }
         } else {
-            literal(before_.substr(i, olds[skipOld] - i));
+            literal(before_.substr(i, oldAt(skipOld) - i));
         }
-        i = olds[skipOld];
-        j = nows[skipNew];
+        i = oldAt(skipOld);
+        j = nowAt(skipNew);
     }
     flush();
     return std::move(data_);
@@ -212,15 +238,10 @@ std::string restoreData(std::string_view before, const TextPieces& after) {
 }
 
 TextPieces sharingEnds(std::string_view base, std::string_view text) {
-    const std::size_t most = std::min(base.size(), text.size());
-    std::size_t head = 0;
-    while (head < most && base[head] == text[head]) ++head;
-    std::size_t tail = 0;
-    while (tail < most - head && base[base.size() - 1 - tail] == text[text.size() - 1 - tail]) {
-        ++tail;
-    }
-    return TextPieces{base.substr(0, head), text.substr(head, text.size() - head - tail),
-                      base.substr(base.size() - tail)};
+    const CommonEnds ends = commonEnds(base, text);
+    return TextPieces{base.substr(0, ends.head),
+                      text.substr(ends.head, text.size() - ends.head - ends.tail),
+                      base.substr(base.size() - ends.tail)};
 }
 
 std::string restoreAbsent() {
